@@ -1,0 +1,48 @@
+# Two commands do everything on a fresh Debian machine: `make run` and `make test`.
+
+BUILD      ?= build
+BUILD_ASAN ?= build-asan
+JOBS       ?= $(shell nproc)
+
+PACKAGES = g++ cmake ninja-build pkg-config zlib1g-dev libpng-dev libminizip-dev \
+           libx11-dev libgl-dev libglu1-mesa-dev libgtest-dev nginx zip unzip curl \
+           xvfb xauth libgl1-mesa-dri
+
+.PHONY: all deps build run test test-asan bench clean
+
+all: build
+
+# Installs whatever Debian package is missing; a no-op when all are there.
+deps:
+	@missing=""; for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:$$missing"; \
+	  sudo=""; [ "$$(id -u)" -eq 0 ] || sudo=sudo; \
+	  $$sudo apt-get update -qq && DEBIAN_FRONTEND=noninteractive $$sudo apt-get install -y -qq $$missing; \
+	fi
+
+$(BUILD)/build.ninja: | deps
+	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+build: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS)
+
+run: build
+	./$(BUILD)/zephyra-installer --help
+
+test: build
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+$(BUILD_ASAN)/build.ninja: | deps
+	cmake -S . -B $(BUILD_ASAN) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZEPHYRA_SANITIZE=ON
+
+test-asan: deps $(BUILD_ASAN)/build.ninja
+	cmake --build $(BUILD_ASAN) -j $(JOBS)
+	ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
+	  ctest --test-dir $(BUILD_ASAN) --output-on-failure -j $(JOBS)
+
+bench: build
+	@for b in bench/*.sh; do echo "== $$b"; bash $$b $(BUILD) || exit 1; done
+
+clean:
+	rm -rf $(BUILD) $(BUILD_ASAN)

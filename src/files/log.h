@@ -1,0 +1,19 @@
+// The global output streams: xer is the log every subsystem writes to, ouf
+// the one data file being written at the moment.
+#pragma once
+#include <fstream>
+#include <string>
+
+extern std::ofstream xer;   // "Log.txt" beside the program
+extern std::ofstream ouf;   // the one output file of the moment
+extern std::ofstream dat;   // reserved, never opened here
+extern std::ofstream cyc;   // reserved, never opened here
+
+enum { file_type_binary = 10000, file_type_text = 10001 };
+
+bool ouf_open(std::string path, int type, int version, std::string copyright);
+
+// Opens the log (truncating) at path and writes its header.
+void log_open(const std::string& path);
+// The header lines that begin every log.
+void write_log_header(std::ostream& out);
