@@ -1,0 +1,3 @@
+#include "files/mnw.h"
+
+mnw_struct mnw;
