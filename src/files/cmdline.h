@@ -6,9 +6,14 @@
 
 class UTL_cmdline {
  public:
-  void init_unix(int argc, const char** argv);
+  // Every argument after the program's name is "name" or "name=value"; the
+  // first of a repeated name wins. Each is logged to xer. Exits with the
+  // usage on -h or --help.
+  void init_unix(int argc, char const* const* argv);
+  // Prints the usage and exits 0 when help was asked for.
   void init_common();
   int has_option(const char* name);
+  // An absent name yields "" and is entered, so has_option sees it afterwards.
   std::string get_option(const char* name);
   void clear() { options.clear(); }
 
@@ -16,6 +21,7 @@ class UTL_cmdline {
 };
 extern UTL_cmdline cmdline;
 
-// The usage text printed for -h and --help.
+// The usage text printed for -h and --help, one line per entry, closed by a
+// null entry.
 extern const char* const kUsageText[];
 void print_usage();

@@ -11,9 +11,15 @@ extern std::ofstream cyc;   // reserved, never opened here
 
 enum { file_type_binary = 10000, file_type_text = 10001 };
 
+// Opens ouf on path (any separator style) and writes the versioned header
+// that xmap_class::check_file expects. False, after a warning, on failure.
 bool ouf_open(std::string path, int type, int version, std::string copyright);
 
-// Opens the log (truncating) at path and writes its header.
+// Opens the log (truncating) at path and writes its header. A log that can't
+// be opened leaves xer failed: later writes are lost, nothing else happens.
 void log_open(const std::string& path);
 // The header lines that begin every log.
 void write_log_header(std::ostream& out);
+// The compiler's date and time ("Oct  4 2006", "12:19:22") as the header
+// shows them: "Oct 04 2006 12:19:22".
+std::string build_date_text(const char* date, const char* time);
