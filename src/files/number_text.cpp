@@ -5,13 +5,14 @@
 
 namespace {
 
-// Screens may hand us sizes beyond an int (or NaN); cut them to the int
-// range instead of relying on an undefined conversion.
+// Screens may hand us sizes beyond an int (or NaN); such values show as the
+// int limit with no fraction instead of an undefined conversion.
+bool fits_int(float v) { return v > -2147483648.0f && v < 2147483520.0f; }
+
 int cut_to_int(float v) {
+  if (fits_int(v)) return static_cast<int>(v);
   if (std::isnan(v)) return 0;
-  if (v >= 2147483520.0f) return INT_MAX;
-  if (v <= -2147483648.0f) return INT_MIN;
-  return static_cast<int>(v);
+  return v > 0 ? INT_MAX : INT_MIN;
 }
 
 int abs_int(int v) { return v == INT_MIN ? INT_MAX : v < 0 ? -v : v; }
@@ -44,7 +45,7 @@ void flt_to_str(float value, std::string* out, int digits, int decimals) {
   float scale = 1;
   for (int i = 0; i < decimals; ++i) scale *= 10;
   // Cut, never rounded: 1.96 shows as 1.9.
-  const int f = cut_to_int((value - static_cast<float>(n)) * scale);
+  const int f = fits_int(value) ? cut_to_int((value - static_cast<float>(n)) * scale) : 0;
 
   char buf[12];
   int_to_str(abs_int(n), buf, digits - decimals, 0);

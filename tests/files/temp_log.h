@@ -1,0 +1,48 @@
+// A scratch folder under /tmp with xer opened on a file inside it, so tests
+// can read back exactly what was logged.
+#pragma once
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "files/log.h"
+
+struct temp_dir {
+  std::string path;
+  temp_dir() {
+    char tmpl[] = "/tmp/zephyra_test_XXXXXX";
+    path = mkdtemp(tmpl);
+  }
+  ~temp_dir() { std::system(("rm -rf '" + path + "'").c_str()); }
+  std::string file(const std::string& name) const { return path + "/" + name; }
+};
+
+inline std::string read_file(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+struct temp_log {
+  temp_dir dir;
+  std::string path = dir.file("Log.txt");
+  temp_log() {
+    xer.clear();
+    if (xer.is_open()) xer.close();
+    xer.clear();
+    xer.open(path, std::ios::out | std::ios::trunc);
+  }
+  ~temp_log() {
+    xer.close();
+    xer.clear();
+  }
+  std::string text() {
+    xer.flush();
+    return read_file(path);
+  }
+};
