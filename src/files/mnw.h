@@ -25,6 +25,19 @@ struct mnw_struct {
   float ui_upscale = 1;
   float pix_scale = 1;
   float mouse_x = 0, mouse_y = 0;
+  // Pointer and key state kept by the pump; the edges last one frame.
+  int mouse_click = 0;
+  int mouse_release = 0;
+  int mouse_down = 0;
+  int mouse_repeat = 0;
+  int double_click = 0;
+  int quick_release = 0;
+  int scroll_delta = 0;
+  int key_hit = 0;
+  int key_down = 0;
+  float last_move_time = 0;
+  float last_click_time = 0;
+  int key_char = 0;   // character of the last key press, 0 for none
   int on_sec_mon = 0;
   int lang = 0;
   int keylist_up = 0;
