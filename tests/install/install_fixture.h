@@ -1,0 +1,58 @@
+// Scratch folders and list files for the installation tests.
+#pragma once
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+struct scratch_dir {
+  std::string path;  // with a final "/"
+  scratch_dir() {
+    char tmpl[] = "/tmp/zephyra_install_XXXXXX";
+    path = std::string(mkdtemp(tmpl)) + "/";
+  }
+  ~scratch_dir() { std::system(("rm -rf '" + path + "'").c_str()); }
+  scratch_dir(const scratch_dir&) = delete;
+  scratch_dir& operator=(const scratch_dir&) = delete;
+
+  // Makes the folders leading to rel, then the file with the given bytes.
+  std::string put(const std::string& rel, const std::string& bytes) const {
+    mkdirs(rel.substr(0, rel.rfind('/') == std::string::npos ? 0 : rel.rfind('/') + 1));
+    std::ofstream out(path + rel, std::ios::binary);
+    out << bytes;
+    return path + rel;
+  }
+  std::string mkdirs(const std::string& rel) const {
+    std::string so_far = path;
+    for (size_t i = 0; i < rel.size(); ++i) {
+      so_far += rel[i];
+      if (rel[i] == '/') mkdir(so_far.c_str(), 0755);
+    }
+    if (!rel.empty() && rel.back() != '/') mkdir((path + rel).c_str(), 0755);
+    return path + rel;
+  }
+  bool exists(const std::string& rel) const {
+    struct stat st;
+    return stat((path + rel).c_str(), &st) == 0;
+  }
+};
+
+// A fatal alert ends the process after printing its texts on stdout; the
+// death test matches stderr, so the child sends one to the other.
+#define EXPECT_FATAL(statement, regex) \
+  EXPECT_DEATH({ dup2(2, 1); statement; }, regex)
+
+// The MD5 of a file by the system's own md5sum, so our signatures are held
+// against an outside tool.
+inline std::string md5sum_of(const std::string& file) {
+  std::string cmd = "md5sum '" + file + "'";
+  FILE* p = popen(cmd.c_str(), "r");
+  char buf[64] = {0};
+  if (!p || fscanf(p, "%32s", buf) != 1) buf[0] = 0;
+  if (p) pclose(p);
+  return buf;
+}
