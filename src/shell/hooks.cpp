@@ -1,0 +1,3 @@
+#include "shell/hooks.h"
+
+shell_hooks_t shell_hooks;

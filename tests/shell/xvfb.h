@@ -1,0 +1,23 @@
+// A private X server for the window tests: Xvfb on a display number it picks
+// itself, with DISPLAY set for this process while it runs.
+#pragma once
+#include <string>
+
+class xvfb_class {
+ public:
+  // Starts Xvfb with one screen of width x height x 24; waits until it answers.
+  bool start(int width, int height);
+  // Closes the shell's connection and window, then stops the server.
+  void stop();
+  ~xvfb_class() { stop(); }
+  const std::string& display() const { return name; }
+
+ private:
+  int pid = -1;
+  std::string name;
+  std::string old_display;
+  bool had_display = false;
+};
+
+// Closes the shell's window, context and display so a new server can be used.
+void shell_drop_display();
