@@ -163,33 +163,26 @@ TEST_F(Destination, PickWithoutAChooserIsFatal) {
 
 // ---------------------------------------------------------------- rename
 
-TEST_F(Destination, RenameGivesTheFolderTheReleaseName) {
-  tmp.put("Zephyra/Resources/a.txt", "a");
-  dest_dir_path = tmp.path + "Zephyra/";
-  install_name = "8.60r2";
-  EXPECT_EQ(rename_dest_folder(), 0);
-  EXPECT_EQ(dest_dir_path, tmp.path + "8.60r2/");
-  EXPECT_TRUE(tmp.exists("8.60r2/Resources/a.txt"));
-  EXPECT_FALSE(tmp.exists("Zephyra"));
-}
-
-TEST_F(Destination, AFailedRenameLeavesEverythingAsItWas) {
+TEST_F(Destination, RenameFollowsTheFolderOrChangesNothing) {
   tmp.put("Zephyra/a.txt", "a");
   tmp.put("8.60r2/keep.txt", "someone else's");
   dest_dir_path = tmp.path + "Zephyra/";
   install_name = "8.60r2";
   EXPECT_NE(rename_dest_folder(), 0);  // the name is taken by a full folder
+  install_name = "bad/name";
+  EXPECT_NE(rename_dest_folder(), 0);
   EXPECT_EQ(dest_dir_path, tmp.path + "Zephyra/");
   EXPECT_TRUE(tmp.exists("Zephyra/a.txt"));
   EXPECT_TRUE(tmp.exists("8.60r2/keep.txt"));
 
-  install_name = "bad/name";
-  EXPECT_NE(rename_dest_folder(), 0);
-  EXPECT_EQ(dest_dir_path, tmp.path + "Zephyra/");
+  install_name = "8.70";
+  EXPECT_EQ(rename_dest_folder(), 0);
+  EXPECT_EQ(dest_dir_path, tmp.path + "8.70/");
+  EXPECT_TRUE(tmp.exists("8.70/a.txt"));
+  EXPECT_FALSE(tmp.exists("Zephyra"));
 
   // A destination with no name of its own is never renamed.
   dest_dir_path = "/";
-  install_name = "x";
   EXPECT_NE(rename_dest_folder(), 0);
   EXPECT_EQ(dest_dir_path, "/");
 }

@@ -75,6 +75,9 @@ TEST_F(DirectoryList, AcceptsOnlyTheTwoFormatsWithTheirMagic) {
     EXPECT_EQ(read(header(v) + "FILE 0 0 1 2 3 " + kSigA + " a.txt\n"), 3) << v;
     EXPECT_EQ(sim_info.size(), 1u);
   }
+  // The rest of each header line is free text.
+  EXPECT_EQ(read("Ignored\n840 anything\nINSTALLER  more\nFILE 0 0 1 2 3 " + kSigA + " a\n"), 3);
+  EXPECT_EQ(sim_info.size(), 1u);
   EXPECT_EQ(app_done, 0);
   EXPECT_TRUE(opened_urls.empty());
 
@@ -102,13 +105,6 @@ TEST_F(DirectoryList, AcceptsOnlyTheTwoFormatsWithTheirMagic) {
   }
 }
 
-TEST_F(DirectoryList, HeaderRestOfLinesIsFreeText) {
-  EXPECT_EQ(read("Ignored first line\n840 anything at all here\nINSTALLER  more words\n"
-                 "FILE 0 0 1 2 3 " + kSigA + " a.txt\n"),
-            3);
-  ASSERT_EQ(sim_info.size(), 1u);
-}
-
 TEST_F(DirectoryList, EmptyBodyReadsAsNothingToDo) {
   stg.tot_down = 99;
   stg.tot_disk = 99;
@@ -120,18 +116,12 @@ TEST_F(DirectoryList, EmptyBodyReadsAsNothingToDo) {
   EXPECT_TRUE(deleted_files.empty());
 }
 
-TEST_F(DirectoryList, MissingListIsFatal) {
-  EXPECT_FATAL(read_directory(tmp.path + "no_such_list.txt", "x"),
-               "directory file that does not exist");
-}
-
-// ---------------------------------------------------------------- rows
-
 TEST_F(DirectoryList, LineEndsOfAllThreeKindsReadTheSame) {
   const std::string body[] = {"DIR Top:Res:", "FILE 0 3 840 120 310 " + kSigA + " font map.txt",
                               "", "FILE 1 0 810 5 6 GONE old.txt"};
   std::vector<std::vector<std::string>> seen;
-  for (const std::string& eol : {std::string("\n"), std::string("\r\n"), std::string("\r"), std::string(1, '\0')}) {
+  const std::string ends[] = {"\n", "\r\n", "\r", std::string(1, '\0')};
+  for (const std::string& eol : ends) {
     std::string text = header(840, eol);
     for (const std::string& line : body) text += line + eol;
     SetUp();
@@ -149,42 +139,35 @@ TEST_F(DirectoryList, LineEndsOfAllThreeKindsReadTheSame) {
   for (size_t i = 1; i < seen.size(); ++i) EXPECT_EQ(seen[i], seen[0]) << "line end " << i;
 }
 
-TEST_F(DirectoryList, FieldsAndSeparators) {
+TEST_F(DirectoryList, FieldsSeparatorsAndFolders) {
   ASSERT_EQ(read(header() +
-                 "DIR Top:Res:fonts:\n"
-                 "FILE 0 0 840 120 310 " + kSigA + " fontmap.txt\n"
-                 "DIR Top\\Res\\sounds\\\n"
-                 "FILE 0 0 840 1 2 " + kSigA + " sub:deep\\name/x.wav\n"
+                 "FILE 7 9 -5 1 2 " + kSigA + " Top:root.txt\n"
+                 "DIR Top:A:\n"
+                 "DIR Top\\Res\\\n"
+                 "FILE -3 -1 840 120 310 " + kSigA + " sub:deep\\name/x.wav\n"
                  "DIR Top/Plain/\n"
-                 "FILE 0 3 840 4100 9800 " + kSigB + " Zephyra Linux\n"
-                 "  \tFILE 0 0 840 1 2 " + kSigA + "   two  blanks  \n"),
+                 "FILE 0 3 840 1 2 " + kSigB + " Zephyra Linux\n"
+                 "  \tFILE 0 0 840 1 2 " + kSigA + "   two  blanks  \n"
+                 "DIR Top:fonts\n"
+                 "FILE 0 0 1 1 1 " + kSigA + " map.txt\n"),
             3);
-  ASSERT_EQ(sim_info.size(), 4u);
-  EXPECT_EQ(last(0).file_path, "Top/Res/fonts/fontmap.txt");
-  EXPECT_EQ(last(0).row_tag, 840);
-  EXPECT_EQ(last(0).down_size, 120.0f);
-  EXPECT_EQ(last(0).disk_size, 310.0f);
-  EXPECT_EQ(last(1).file_path, "Top/Res/sounds/sub/deep/name/x.wav");
-  EXPECT_EQ(last(2).file_path, "Top/Plain/Zephyra Linux");
-  EXPECT_EQ(last(2).row_os, 3);
-  // Leading blanks of a row are skipped; blanks inside and after a name stay.
-  EXPECT_EQ(last(3).file_path, "Top/Plain/two  blanks  ");
-}
-
-TEST_F(DirectoryList, FirstTwoFieldsAreClamped) {
-  ASSERT_EQ(read(header() +
-                 "FILE 7 9 -5 1 2 " + kSigA + " a\n"
-                 "FILE -3 -1 0 1 2 " + kSigA + " b\n"
-                 "FILE 1 6 0 1 2 " + kSigA + " c\n"),
-            3);
-  ASSERT_EQ(sim_info.size(), 3u);
+  ASSERT_EQ(sim_info.size(), 5u);
+  // The first two fields are held to their ranges; the third is kept as is.
   EXPECT_EQ(last(0).row_kind, 1);
   EXPECT_EQ(last(0).row_os, 6);
-  EXPECT_EQ(last(0).row_tag, -5);  // the third field is kept as it stands
+  EXPECT_EQ(last(0).row_tag, -5);
   EXPECT_EQ(last(1).row_kind, 0);
   EXPECT_EQ(last(1).row_os, 0);
-  EXPECT_EQ(last(2).row_kind, 1);
-  EXPECT_EQ(last(2).row_os, 6);
+  EXPECT_EQ(last(0).file_path, "Top/root.txt");
+  // A DIR line replaces the folder, it is not joined to the one before.
+  EXPECT_EQ(last(1).file_path, "Top/Res/sub/deep/name/x.wav");
+  EXPECT_EQ(last(1).down_size, 120.0f);
+  EXPECT_EQ(last(1).disk_size, 310.0f);
+  EXPECT_EQ(last(2).file_path, "Top/Plain/Zephyra Linux");
+  // Leading blanks of a row are skipped; blanks inside and after a name stay.
+  EXPECT_EQ(last(3).file_path, "Top/Plain/two  blanks  ");
+  // A folder without its final separator runs into the name.
+  EXPECT_EQ(last(4).file_path, "Top/fontsmap.txt");
 }
 
 TEST_F(DirectoryList, HistoryRowsAndAdjacency) {
@@ -213,21 +196,6 @@ TEST_F(DirectoryList, HistoryRowsAndAdjacency) {
   EXPECT_EQ(sim_info[0][1].sig_have, "NONE");
 }
 
-TEST_F(DirectoryList, DirReplacesAndIsJoinedWithoutASeparator) {
-  ASSERT_EQ(read(header() +
-                 "FILE 0 0 1 1 1 " + kSigA + " Top:root.txt\n"
-                 "DIR Top:A:\n"
-                 "DIR Top:B:\n"
-                 "FILE 0 0 1 1 1 " + kSigA + " b.txt\n"
-                 "DIR Top:fonts\n"
-                 "FILE 0 0 1 1 1 " + kSigA + " map.txt\n"),
-            3);
-  ASSERT_EQ(sim_info.size(), 3u);
-  EXPECT_EQ(last(0).file_path, "Top/root.txt");
-  EXPECT_EQ(last(1).file_path, "Top/B/b.txt");
-  EXPECT_EQ(last(2).file_path, "Top/fontsmap.txt");
-}
-
 TEST_F(DirectoryList, OnlyExactWordsFollowedByABlankAreRows) {
   ASSERT_EQ(read(header() +
                  "# a comment-like line\n"
@@ -244,7 +212,9 @@ TEST_F(DirectoryList, OnlyExactWordsFollowedByABlankAreRows) {
   EXPECT_EQ(last(0).file_path, "kept.txt");
 }
 
-TEST_F(DirectoryList, PathEndingInASeparatorIsFatal) {
+TEST_F(DirectoryList, MissingListAndRowsWithoutANameAreFatal) {
+  EXPECT_FATAL(read_directory(tmp.path + "no_such_list.txt", "x"),
+               "directory file that does not exist");
   EXPECT_FATAL(read(header() + "DIR Top:\nFILE 0 0 1 1 1 " + kSigA + " sub:\n"),
                "path that has no file");
   // A row cut after its numbers names the folder itself.
@@ -268,18 +238,13 @@ TEST_F(DirectoryList, ListCutShortKeepsWhatWasRead) {
   EXPECT_EQ(last(0).down_size, 0.0f);
   EXPECT_EQ(last(0).sig_want, "");
   EXPECT_EQ(last(0).file_path, "");
-}
 
-TEST_F(DirectoryList, RowsWithMissingFieldsDoNotDisturbTheNext) {
-  ASSERT_EQ(read(header() +
-                 "FILE 0 0\n"
-                 "FILE 0 0 840 5 6 " + kSigA + "\n"
+  // Short rows read their missing fields as empty and leave the next row whole.
+  ASSERT_EQ(read(header() + "FILE 0 0\nFILE 0 0 840 5 6 " + kSigA + "\n" +
                  "FILE 0 0 840 7 8 " + kSigB + " good.txt\n"),
             3);
   ASSERT_EQ(sim_info.size(), 2u);  // the two short rows share the empty path
-  EXPECT_EQ(sim_info[0].size(), 2u);
   EXPECT_EQ(sim_info[0][1].sig_want, kSigA);
-  EXPECT_EQ(sim_info[0][1].file_path, "");
   EXPECT_EQ(last(1).file_path, "good.txt");
   EXPECT_EQ(last(1).disk_size, 8.0f);
 }
@@ -352,15 +317,13 @@ TEST_F(DirectoryList, ScanSignsEveryLastRowAgainstTheDisk) {
   EXPECT_EQ(stg.tot_down, 2 + 4 + 8 + 64 + 128);
   EXPECT_EQ(stg.tot_disk, 20 + 40 + 80 + 640 + 1280);
   EXPECT_EQ(this_install_has_exes, 0);  // every row here is for all platforms
-}
 
-TEST_F(DirectoryList, ScanRepairsTheCaseOfFoldersAndNames) {
+  // Folder and name spelt in another case than on the disk are still found.
   const std::string file = put_dest("Resources/Fonts/Map.TXT", "case\n");
   ASSERT_EQ(read(header() + "DIR Zephyra:resources:FONTS:\n"
                  "FILE 0 0 840 1 1 " + md5sum_of(file) + " map.txt\n"),
             3);
   EXPECT_EQ(last(0).have_file, 1);
-  EXPECT_EQ(stg.tot_down, 0);
 }
 
 TEST_F(DirectoryList, SumsSkipGoneOtherPlatformsAndPresentFiles) {
@@ -405,18 +368,14 @@ TEST_F(DirectoryList, HasExesIsSetOnlyByOwnPlatformRowsAndNeverCleared) {
 }
 
 TEST_F(DirectoryList, ReadingAgainstAnotherFolderStartsAfresh) {
-  const std::string text = header() + "FILE 0 0 840 5 50 " + kSigA + " Top:a.txt\n";
-  ASSERT_EQ(read(text), 3);
-  EXPECT_EQ(stg.tot_down, 5);
-  ASSERT_EQ(read(text), 3);
-  EXPECT_EQ(stg.tot_down, 5);  // not 10: the sums are reset
-
   scratch_dir other;
-  const std::string a = other.put("a.txt", "x");
-  ASSERT_EQ(read(header() + "FILE 0 0 840 5 50 " + md5sum_of(a) + " Top:a.txt\n"), 3);
-  EXPECT_EQ(stg.tot_down, 5);
+  const std::string text =
+      header() + "FILE 0 0 840 5 50 " + md5sum_of(other.put("a.txt", "x")) + " Top:a.txt\n";
+  ASSERT_EQ(read(text), 3);
+  ASSERT_EQ(read(text), 3);
+  EXPECT_EQ(stg.tot_down, 5);  // not 10: the sums start from zero
   dest_dir_path = other.path;
-  ASSERT_EQ(read(header() + "FILE 0 0 840 5 50 " + md5sum_of(a) + " Top:a.txt\n"), 3);
+  ASSERT_EQ(read(text), 3);
   EXPECT_EQ(stg.tot_down, 0);
 }
 
@@ -480,17 +439,6 @@ TEST_F(DirectoryList, ProgressPanelPacing) {
   int scans = 0;
   for (auto& c : panel_calls) scans += c.mode == dir_progress_examining;
   EXPECT_EQ(scans, 2);
-}
-
-TEST_F(DirectoryList, DiskPathDropsTheTopFolder) {
-  dest_dir_path = "/d/";
-  file_version_struct r;
-  r.file_path = "Zephyra/Res/a.txt";
-  EXPECT_EQ(row_disk_path(r), "/d/Res/a.txt");
-  r.file_path = "/Res/a.txt";
-  EXPECT_EQ(row_disk_path(r), "/d/Res/a.txt");
-  r.file_path = "a.txt";
-  EXPECT_EQ(row_disk_path(r), "/d/a.txt");
 }
 
 }  // namespace
