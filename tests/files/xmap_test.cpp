@@ -28,6 +28,7 @@ class Xmap : public ::testing::Test {
   std::string dir;
   int count = 0;
   std::vector<std::pair<void*, size_t>> guards;
+  std::vector<Map> plugs;
 
   void SetUp() override {
     char tmpl[] = "/tmp/xmaptestXXXXXX";
@@ -58,12 +59,15 @@ class Xmap : public ::testing::Test {
 
   // A file of exactly `pages` pages ending in `tail`, mapped right below an
   // inaccessible page so that any read past mem_end faults. New mappings go
-  // top-down, so a hole is cut just below a guard page for the file to land in.
+  // top-down, so a hole is cut just below a guard page for the file to land
+  // in; a higher hole left by earlier tests is plugged by keeping that try.
   Map open_at_page_end(const std::string& tail, int pages = 1) {
     const std::string path = put(std::string(pages * 4096 - tail.size(), '\n') + tail);
-    Map x = std::make_unique<xmap_class>("");
     const size_t len = static_cast<size_t>(pages) * 4096;
-    for (int attempt = 0; attempt < 8; ++attempt) {
+    Map x;
+    for (int attempt = 0; attempt < 64; ++attempt) {
+      if (x) plugs.push_back(std::move(x));
+      x = std::make_unique<xmap_class>("");
       void* r = mmap(nullptr, len + 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
       if (r == MAP_FAILED) break;
       munmap(r, len);
