@@ -76,6 +76,33 @@ child_result run_in_child(const std::function<int()>& body) {
   return r;
 }
 
+child_result run_copy(const std::string& folder, const std::string& test,
+                      const std::vector<std::string>& env) {
+  child_result r;
+  const std::string exe = folder + "test_shell";
+  const std::string copy = "cp /proc/" + std::to_string(getpid()) + "/exe '" + exe + "'";
+  if (system(copy.c_str()) != 0) return r;
+  const std::string out_path = folder + "output.txt";
+  const std::string filter = "--gtest_filter=" + test;
+  fflush(stdout);
+  pid_t pid = fork();
+  if (pid == 0) {
+    int fd = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    dup2(fd, 1);
+    dup2(fd, 2);
+    for (const std::string& e : env) putenv(const_cast<char*>(e.c_str()));
+    execl(exe.c_str(), exe.c_str(), "--gtest_also_run_disabled_tests", filter.c_str(),
+          static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  r.out = read_file(out_path);
+  if (WIFEXITED(status)) r.exit_code = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) r.signal = WTERMSIG(status);
+  return r;
+}
+
 std::string read_file(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::stringstream s;

@@ -27,6 +27,11 @@ struct child_result {
 // Runs body in a forked child; its exit code is body's return value.
 child_result run_in_child(const std::function<int()>& body);
 
+// Runs this test program again, as a copy in its own folder (so its
+// Log.txt is private), with one test selected and extra environment.
+child_result run_copy(const std::string& folder, const std::string& test,
+                      const std::vector<std::string>& env);
+
 std::string read_file(const std::string& path);
 std::string make_temp_dir();
 void remove_tree(const std::string& path);

@@ -12,13 +12,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "files/alert.h"
-#include "files/cmdline.h"
-#include "files/log.h"
-#include "files/paths.h"
 #include "shell/hooks.h"
 #include "shell/pump.h"
-#include "shell/startup.h"
 #include "shell/window.h"
 #include "support.h"
 #include "xvfb.h"
@@ -395,25 +390,6 @@ TEST(WindowScreens, SmallScreenForcesTheResizePathButKeepsTheLayoutSize) {
   EXPECT_EQ(0, r.exit_code) << r.out;
   EXPECT_NE(std::string::npos, r.out.find("800 vs 1024 X 600 vs 768\n800 vs 1024 X 600 vs 768\n"))
       << r.out;
-}
-
-TEST(WindowScreens, WithoutADisplayTheProgramSaysSoInOneLine) {
-  child_result r = run_in_child([] {
-    dpy = nullptr;
-    setenv("DISPLAY", ":4091", 1);   // nobody listens there
-    const char* args[] = {"zephyra-installer"};
-    const int up = MACIBM_init(1, args);
-    printf("init=%d\n", up);
-    return 0;
-  });
-  EXPECT_EQ(0, r.exit_code) << r.out;
-  EXPECT_NE(std::string::npos, r.out.find("init=0"));
-  EXPECT_NE(std::string::npos, r.out.find("Cannot open the X display \":4091\""));
-  EXPECT_NE(std::string::npos, r.out.find("--console"));
-  EXPECT_EQ(std::string::npos, r.out.find("Whoah"));
-  std::string log_path;
-  get_OS_abs_path(0, log_path);
-  remove((log_path + "Log.txt").c_str());
 }
 
 }  // namespace
