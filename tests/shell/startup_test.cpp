@@ -125,14 +125,6 @@ TEST_F(StartUp, ModernDriverIsRefusedUnlessItReportsAListedVersion) {
   EXPECT_TRUE(has(log(), "OpenGL Version   :2.1"));
 }
 
-TEST_F(StartUp, FpsTestRunLeavesThePreferencesAlone) {
-  child_result r = start("window", "--fps_test --force_run");
-  EXPECT_EQ(0, r.exit_code) << r.out;
-  EXPECT_TRUE(has(r.out, "init=1"));
-  EXPECT_FALSE(has(r.out, "prefs saved"));
-  EXPECT_TRUE(has(r.out, "after: window=0 workers=0"));
-}
-
 TEST_F(StartUp, WithoutADisplayItSaysSoInOneLineAndStopsItsThreads) {
   child_result r = start("nodisplay", "");
   EXPECT_EQ(0, r.exit_code) << r.out;
@@ -181,12 +173,6 @@ TEST(InitScreen, BarFollowsTheFractionWithinItsLimits) {
   EXPECT_FLOAT_EQ(0.5f * 1008 + 136, ends[50]);
   EXPECT_FLOAT_EQ(1016 + 128, ends[149]);
   mnw.ui_left = 0;
-}
-
-TEST(Language, PrefixesByNumber) {
-  EXPECT_EQ("text:english:", MACIBM_lang_prefix(0));
-  EXPECT_EQ("text:portugese:", MACIBM_lang_prefix(5));   // the folder's own spelling
-  EXPECT_EQ("text:korean:", MACIBM_lang_prefix(6));
 }
 
 TEST(Links, OpenWithTheDesktopsXdgOpen) {
