@@ -112,7 +112,7 @@ TEST_F(Folders, ExistingFoldersAreNoErrorAndKeepTheirContents) {
 
 TEST_F(Folders, UnreachableDestinationReportsOncePerStepAndEveryFixedFolder) {
   tmp.put("blocker", "a regular file, not a folder\n");
-  dest_dir_path = tmp.path + "blocker/deeper/Zephyra/";
+  dest_dir_path = tmp.path + "blocker/deeper/still/Zephyra/";
   entry("Zephyra/A/a.txt");
   entry("Zephyra/B/b.txt");
   make_dirs();
