@@ -1,32 +1,38 @@
-// Entry of the installer. Until the window and the stage machine arrive, the
-// program opens its log beside itself and answers its command line.
-#include <unistd.h>
-
+// Entry of the installer: the shell brings up the log, the command line and
+// the window; the run record and the preferences are set before the frame
+// loop. The installer's screens are not built yet, so the program stops after
+// start-up with a plain word to the user.
 #include <cstdio>
 #include <string>
 
-#include "files/cmdline.h"
+#include "files/alert.h"
 #include "files/log.h"
+#include "files/paths.h"
+#include "install/preferences.h"
+#include "install/stage.h"
+#include "shell/hooks.h"
+#include "shell/startup.h"
 
-namespace {
-
-// The folder of the running executable, with a trailing slash; empty (the
-// current folder) when /proc can't tell us.
-std::string own_folder() {
-  char buf[1024];
-  const ssize_t n = readlink("/proc/self/exe", buf, sizeof(buf) - 1);
-  if (n <= 0 || n >= static_cast<ssize_t>(sizeof(buf) - 1)) return "";
-  const std::string path(buf, static_cast<size_t>(n));
-  const size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "" : path.substr(0, slash + 1);
-}
-
-}  // namespace
+// The pump calls these once a frame; the screens will fill them in.
+void APP_update() {}
+void APP_handlekey(int, int) {}
+void APP_handlemenu(int) {}
 
 int main(int argc, char** argv) {
-  log_open(own_folder() + "Log.txt");
-  cmdline.init_unix(argc, argv);
-  xer.flush();
-  puts("Zephyra Installer: the installer window is not built yet. Run with --help to list the options.");
+  shell_hooks.save_prefs = [] { pref.IO_set(11, 1); };
+  shell_hooks.use_max_cpu = &stg.use_max_cpu;
+
+  if (!MACIBM_init(argc, argv)) return 1;
+
+  get_OS_abs_path(2, dest_dir_path);
+  get_OS_abs_path(3, temp_path);
+  xer << "os_dir_apps:" << dest_dir_path << "\n";
+  xer << "os_dir_temp:" << temp_path << "\n";
+  set_run_defaults();
+  pref.IO_set(11, 0);
+
+  puts("Zephyra Installer: the window and its start-up work, but the installer's screens are not built yet.");
+  app_done = 1;
+  MACIBM_finishup(1);
   return 0;
 }
