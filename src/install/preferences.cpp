@@ -7,6 +7,8 @@
 #include "files/paths.h"
 #include "files/prefs.h"
 #include "install/stage.h"
+#include "net/http.h"
+#include "net/clock.h"
 
 pref_class pref;
 
@@ -31,6 +33,8 @@ void pref_class::IO_set(int which, int direction) {
       scan.int_io(&mnw.keylist_up, "_keylist_up");
       scan.int_io(&mnw.sec_mon_inuse, "_sec_mon_inuse");
       scan.int_io(&mnw.prefs_found, "_prefs_found");
+      scan.float_io(&xtim.prd_FM, "_prd_FM");
+      scan.float_io(&xtim.prd_UI, "_prd_UI");
     } else {
       scan.int_io(&stg.download_os, "_download_os");
       scan.int_io(&stg.use_max_cpu, "_use_max_cpu");
@@ -39,6 +43,9 @@ void pref_class::IO_set(int which, int direction) {
       scan.int_io(&stg.log_actions, "_log_actions");
       scan.int_io(&stg.always_ask_dir, "_always_ask_dir");
       scan.string_io(&dest_dir_path, "_dest_dir_path");
+      scan.string_io(&http._proxy_host, "_proxy_host");
+      scan.string_io(&http._proxy_port, "_proxy_port");
+      scan.int_io(&http._proxy_port_int, "_proxy_port_int");
     }
   }  // the file is closed before the shell's values are mended
 
