@@ -1,0 +1,352 @@
+// Whole runs against a real nginx mirror reached through the proxy setting:
+// server list, directory list, then the streams until the folder is done.
+#include "install/transfer.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "../net/net_support.h"
+#include "files/alert.h"
+#include "files/zip.h"
+#include "install/directory.h"
+#include "install/folders.h"
+#include "install/selection.h"
+#include "install/servers.h"
+#include "install/stage.h"
+#include "install/streams.h"
+#include "install_fixture.h"
+#include "net/http.h"
+
+using net_test::read_file;
+using net_test::write_file;
+
+namespace {
+
+struct product_file {
+  std::string bytes;
+  int os = 0;            // row_os of its row
+  mode_t mode = 0644;
+};
+using release = std::map<std::string, product_file>;  // path below the product folder
+
+std::vector<std::string> alerts;
+void record_alert(int, const std::string lines[4], int, const std::string&) {
+  alerts.push_back(lines[0] + "|" + lines[1] + "|" + lines[2] + "|" + lines[3]);
+}
+
+std::string kb(size_t bytes) { return std::to_string(bytes / 1000 + 1); }
+
+class Transfer : public testing::Test {
+ protected:
+  net_test::scratch tmp;
+  std::unique_ptr<net_test::nginx_server> server;
+  std::unique_ptr<net_test::proxy_to_loopback> proxy;
+  const time_t kWhen = 1577934246;  // an even second, as zip keeps them
+
+  void SetUp() override {
+    set_run_defaults();
+    stg.log_actions = 1;
+    this_install_has_exes = 0;
+    next = next_class{};
+    sim_info.clear();
+    alerts.clear();
+    alert_hooks = alert_hooks_t{};
+    alert_hooks.show_screen = record_alert;
+    ogl_inited = 1;
+    server = std::make_unique<net_test::nginx_server>(tmp.file("nginx"));
+    ASSERT_TRUE(server->running()) << server->error;
+    proxy = std::make_unique<net_test::proxy_to_loopback>(server->port);
+    temp_path = tmp.file("temp/");
+    mkdir(temp_path.c_str(), 0755);
+    mkdir(tmp.file("user").c_str(), 0755);
+    dest_dir_path = tmp.file("user/Zephyra/");
+  }
+  void TearDown() override {
+    for (int s = 0; s < 6; ++s) net_test::drop_slot(s);
+    proxy.reset();
+    server.reset();
+    alert_hooks = alert_hooks_t{};
+    ogl_inited = 0;
+    sim_info.clear();
+    deleted_files.clear();
+    this_install_has_exes = 0;
+    next = next_class{};
+    set_run_defaults();
+  }
+
+  std::string www(const std::string& rel) const { return server->www() + "/" + rel; }
+  void make_parent(const std::string& path) {
+    std::system(("mkdir -p \"$(dirname '" + path + "')\"").c_str());
+  }
+
+  // Puts release `name` on the mirror folder under /mirror/: one archive per
+  // current file, made by our own packer, and a list whose entries carry
+  // the previous release's row first, "GONE" for what was withdrawn.
+  void publish(const std::string& name, const release& now, const release& before = {}) {
+    std::map<std::string, int> paths;
+    for (const auto& f : before) paths[f.first];
+    for (const auto& f : now) paths[f.first];
+    std::string list = "I\n840 made by hand\nINSTALLER\n";
+    for (const auto& p : paths) {
+      const std::string& rel = p.first;
+      const size_t cut = rel.rfind('/');
+      std::string folder = cut == std::string::npos ? "" : rel.substr(0, cut + 1);
+      const std::string leaf = rel.substr(cut == std::string::npos ? 0 : cut + 1);
+      for (char& c : folder) if (c == '/') c = ':';
+      list += "DIR Zephyra:" + folder + "\n";
+      auto old = before.find(rel);
+      if (old != before.end())
+        list += row(old->second, sign(name + "-old", rel, old->second), leaf);
+      auto cur = now.find(rel);
+      if (cur == now.end()) {
+        list += "FILE 0 0 840 0 0 GONE " + leaf + "\n";
+        continue;
+      }
+      const std::string staged = tmp.file("stage/" + name + "/" + rel);
+      const std::string sig = sign(name, rel, cur->second);
+      const std::string archive = www("mirror/" + name + "/Zephyra/" + rel + ".zip");
+      make_parent(archive);
+      ASSERT_EQ(file_to_zip(staged, archive), 0) << rel;
+      list += row(cur->second, sig, leaf);
+    }
+    const std::string list_path = tmp.file("stage/" + name + "/directory.txt");
+    write_file(list_path, list);
+    ASSERT_EQ(file_to_zip(list_path, www("mirror/" + name + "/directory.txt.zip")), 0);
+  }
+  // Writes the file as published and returns its signature by md5sum.
+  std::string sign(const std::string& name, const std::string& rel, const product_file& f) {
+    const std::string staged = tmp.file("stage/" + name + "/" + rel);
+    make_parent(staged);
+    write_file(staged, f.bytes);
+    chmod(staged.c_str(), f.mode);
+    timeval times[2] = {{kWhen, 0}, {kWhen, 0}};
+    utimes(staged.c_str(), times);
+    return md5sum_of(staged);
+  }
+  static std::string row(const product_file& f, const std::string& sig, const std::string& leaf) {
+    return "FILE 0 " + std::to_string(f.os) + " 840 " + kb(f.bytes.size()) + " " +
+           kb(f.bytes.size()) + " " + sig + " " + leaf + "\n";
+  }
+  // The maker's list of mirrors: a good one and one that answers 404 to all.
+  void serve_server_list(const std::string& release_name) {
+    write_file(www("serverlist.txt"), "I\n820\nSERVERS\nFINAL " + release_name +
+                                          "\nSERVER good.example\n/mirror/\nGood mirror\n"
+                                          "SERVER bad.example\n/nothing-here/\nBad mirror\n"
+                                          "ENDOFLIST\n");
+  }
+
+  // Set-up as the stage machine does it, up to START. Row 0 serves the list.
+  void prepare() {
+    stg.server_count = -1;
+    ASSERT_TRUE(net_test::poll_until([] { return server_list_step() == 1; }));
+    ASSERT_EQ(stg.server_count, 2);
+    stg.server_index = 0;
+    const std::string zip = temp_path + "directory.txt.zip";
+    ASSERT_EQ(net_test::fetch(1, server_name[0], server_path[0] + "directory.txt.zip", zip), 1);
+    ASSERT_EQ(zip_to_file(zip, temp_path, nullptr, 0), 0);
+    ASSERT_EQ(read_directory(temp_path + "directory.txt", "Scanning"), 3);
+    next.reset_all_streams();
+    stg.install_failed = 0;
+    make_dirs();
+    ASSERT_EQ(choose_files(), 1);
+  }
+  // The passes of stage 1 until the run is over; saw_failure tells whether a
+  // failed fetch showed on the way.
+  int run(bool* saw_failure = nullptr) {
+    int end = 0;
+    const bool finished = net_test::poll_until([&] {
+      end = grab_files();
+      if (saw_failure && stg.file_failed) *saw_failure = true;
+      return end != 0;
+    }, 30000);
+    EXPECT_TRUE(finished);
+    next.reset_all_streams();
+    return end;
+  }
+  int count(const std::string& text) {
+    const std::string log = tmp.log();
+    int n = 0;
+    for (size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) ++n;
+    return n;
+  }
+  void expect_installed(const release& files) {
+    for (const auto& f : files) {
+      SCOPED_TRACE(f.first);
+      const std::string path = dest_dir_path + f.first;
+      EXPECT_TRUE(read_file(path) == f.second.bytes);
+      struct stat st;
+      ASSERT_EQ(stat(path.c_str(), &st), 0);
+      EXPECT_EQ(st.st_mode & 07777, f.second.mode);
+      EXPECT_EQ(st.st_mtime, kWhen);
+    }
+  }
+
+  const release kRelease1 = {
+      {"Resources/fonts/fontmap.txt", {"fonts v1\n"}},
+      {"Resources/big.dat", {net_test::pattern_bytes(3 * 1000 * 1000 + 17, 1)}},
+      {"Instructions/manual one.txt", {"read me\n"}},
+      {"Output/logbooks/empty.txt", {""}},
+      {"Zephyra Linux", {net_test::pattern_bytes(400000, 2), 3, 0755}},
+      {"Old/Sub/retired.txt", {"to be withdrawn\n"}},
+      {"Keep/withdrawn.txt", {"also withdrawn\n"}},
+  };
+  release release2() const {
+    release r = kRelease1;
+    r["Resources/fonts/fontmap.txt"].bytes = "fonts v2, longer\n";
+    r.erase("Old/Sub/retired.txt");
+    r.erase("Keep/withdrawn.txt");
+    r["Resources/new.txt"] = {"new in 8.61\n"};
+    return r;
+  }
+};
+
+}  // namespace
+
+TEST_F(Transfer, AFreshInstallIsIdenticalToTheReleaseAndTakesItsName) {
+  publish("8.60", kRelease1);
+  serve_server_list("8.60");
+  prepare();
+  EXPECT_EQ(this_install_has_exes, 1);  // the Linux program is in the run
+  EXPECT_EQ(run(), 1);
+  EXPECT_EQ(stg.install_failed, 0);
+  EXPECT_EQ(next.install_done, 1);
+  EXPECT_EQ(dest_dir_path, tmp.file("user/8.60/"));
+  EXPECT_FALSE(net_test::exists(tmp.file("user/Zephyra")));
+  expect_installed(kRelease1);
+  EXPECT_EQ(count("EXPANDING file "), 7);
+  for (int s = 0; s < 4; ++s)  // every archive removed after unpacking
+    EXPECT_FALSE(net_test::exists(temp_path + std::to_string(s) + ".zip")) << s;
+  EXPECT_TRUE(alerts.empty());
+}
+
+TEST_F(Transfer, AnUpdateFetchesOnlyTheChangesAndClearsOutWithdrawnFiles) {
+  stg.rename_folder = 0;
+  publish("8.60", kRelease1);
+  serve_server_list("8.60");
+  prepare();
+  ASSERT_EQ(run(), 1);
+  write_file(dest_dir_path + "Keep/mine.txt", "the user's own\n");
+
+  const release r2 = release2();
+  publish("8.61", r2, kRelease1);
+  serve_server_list("8.61");
+  tmp.log();
+  const int expanded_before = count("EXPANDING file ");
+  prepare();
+  EXPECT_EQ(run(), 1);
+  EXPECT_EQ(count("EXPANDING file ") - expanded_before, 2);  // the changed file and the new one
+  expect_installed(r2);
+  EXPECT_FALSE(net_test::exists(dest_dir_path + "Old"));  // emptied, with its parent
+  EXPECT_TRUE(net_test::exists(dest_dir_path + "Keep/mine.txt"));
+  EXPECT_FALSE(net_test::exists(dest_dir_path + "Keep/withdrawn.txt"));
+  EXPECT_TRUE(net_test::exists(dest_dir_path + "Output/logbooks/empty.txt"));
+  EXPECT_EQ(dest_dir_path, tmp.file("user/Zephyra/"));  // rename turned off
+  // Children are removed before their parents.
+  const std::string log = tmp.log();
+  const size_t child = log.find("cleanup: DELETING  file " + dest_dir_path + "Old/Sub/");
+  const size_t parent = log.find("cleanup: DELETING  file " + dest_dir_path + "Old/,");
+  EXPECT_NE(child, std::string::npos);
+  EXPECT_NE(parent, std::string::npos);
+  EXPECT_LT(child, parent);
+
+  // Run again: nothing left to do, nothing fetched.
+  const int expanded = count("EXPANDING file ");
+  prepare();
+  EXPECT_EQ(stg.tot_down, 0);
+  EXPECT_EQ(run(), 1);
+  EXPECT_EQ(count("EXPANDING file "), expanded);
+}
+
+TEST_F(Transfer, ARefusingMirrorMovesTheRunToAnotherAndItStillFinishes) {
+  publish("8.60", kRelease1);
+  serve_server_list("8.60");
+  prepare();
+  stg.server_index = 1;  // as if the user picked the bad row
+  bool saw_failure = false;
+  EXPECT_EQ(run(&saw_failure), 1);
+  EXPECT_TRUE(saw_failure);
+  EXPECT_EQ(stg.file_failed, 0);  // cleared by the next success
+  EXPECT_EQ(stg.install_failed, 0);
+  expect_installed(kRelease1);
+  EXPECT_NE(tmp.log().find("HTTP Error for"), std::string::npos);
+}
+
+TEST_F(Transfer, ACorruptArchiveFailsTheRunAndIsRemoved) {
+  publish("8.60", kRelease1);
+  serve_server_list("8.60");
+  write_file(www("mirror/8.60/Zephyra/Instructions/manual one.txt.zip"),
+             "PK\003\004 this is no archive");
+  prepare();
+  EXPECT_NE(run(), 0);
+  EXPECT_EQ(stg.install_failed, 1);
+  ASSERT_EQ(alerts.size(), 1u);
+  EXPECT_EQ(alerts[0].rfind("The installer cannot extract a file.|Error: ", 0), 0u);
+  EXPECT_NE(alerts[0].find("|Compressed File: " + temp_path), std::string::npos);
+  EXPECT_NE(alerts[0].find("|Destination: " + dest_dir_path + "Instructions/manual one.txt"),
+            std::string::npos);
+  EXPECT_FALSE(net_test::exists(dest_dir_path + "Instructions/manual one.txt"));
+  for (int s = 0; s < 4; ++s)
+    EXPECT_FALSE(net_test::exists(temp_path + std::to_string(s) + ".zip")) << s;
+  EXPECT_EQ(dest_dir_path, tmp.file("user/Zephyra/"));  // a failed run is not renamed
+}
+
+// Deletions alone: no network, the folders and the rename rules.
+TEST_F(Transfer, DeletionsCleanUpFoldersButNeverTheDestination) {
+  scratch_dir d;
+  dest_dir_path = d.mkdirs("Zephyra/");
+  d.put("Zephyra/top.txt", "x");
+  d.put("Zephyra/A/B/C/deep.txt", "x");
+  d.put("Zephyra/Mine/theirs.txt", "x");
+  d.put("Zephyra/Mine/user notes.txt", "keep me");
+  for (const char* p : {"Zephyra/top.txt", "Zephyra/A/B/C/deep.txt", "Zephyra/Mine/theirs.txt"}) {
+    file_version_struct r;
+    r.file_path = p;
+    r.sig_want = "GONE";
+    r.want_del = 1;
+    sim_info.push_back({r});
+  }
+  next.reset_all_streams();
+  EXPECT_EQ(run(), 1);
+  EXPECT_FALSE(d.exists("Zephyra/top.txt"));
+  EXPECT_FALSE(d.exists("Zephyra/A"));
+  EXPECT_TRUE(d.exists("Zephyra/Mine/user notes.txt"));
+  EXPECT_FALSE(d.exists("Zephyra/Mine/theirs.txt"));
+  EXPECT_TRUE(d.exists("Zephyra/"));
+  // The file directly in the destination recorded no folder.
+  EXPECT_EQ(deleted_files.count(dest_dir_path), 0u);
+  EXPECT_EQ(deleted_files.size(), 4u);  // A/, A/B/, A/B/C/, Mine/
+  EXPECT_EQ(stg.file_action, 0);
+  EXPECT_EQ(dest_dir_path, d.path + "Zephyra/");  // no program in the run: no rename
+}
+
+TEST_F(Transfer, RenameNeedsAProgramAndTheSettingAndFailsSilently) {
+  scratch_dir d;
+  install_name = "8.60";
+  this_install_has_exes = 1;
+
+  dest_dir_path = d.mkdirs("Zephyra/");
+  stg.rename_folder = 0;
+  next.reset_all_streams();
+  EXPECT_EQ(grab_files(), 1);
+  EXPECT_EQ(dest_dir_path, d.path + "Zephyra/");
+
+  d.put("8.60/taken.txt", "x");  // the name is taken by a folder that isn't empty
+  stg.rename_folder = 1;
+  next.reset_all_streams();
+  EXPECT_EQ(grab_files(), 1);
+  EXPECT_EQ(dest_dir_path, d.path + "Zephyra/");
+  EXPECT_TRUE(d.exists("Zephyra"));
+  EXPECT_TRUE(alerts.empty());
+
+  std::system(("rm -rf '" + d.path + "8.60'").c_str());
+  next.reset_all_streams();
+  EXPECT_EQ(grab_files(), 1);
+  EXPECT_EQ(dest_dir_path, d.path + "8.60/");
+  EXPECT_TRUE(d.exists("8.60"));
+}
