@@ -157,11 +157,12 @@ TEST_F(NetCheck, NothingEverTimesOutBecauseTheStallClockIsTheFrameCountersBits) 
     xtim.frame_count = frame;
     xtim.real_time = static_cast<float>(frame) / 60.0f;
     for (int i = 0; i < 5; ++i) {
-      EXPECT_EQ(http.net_check(2, "example", "/silent.zip", dest), 0) << frame;
-      EXPECT_EQ(http.net_check(3, "example", "/early.zip", early_dest), 0) << frame;
+      ASSERT_EQ(http.net_check(2, "example", "/silent.zip", dest), 0) << frame;
+      ASSERT_EQ(http.net_check(3, "example", "/early.zip", early_dest), 0) << frame;
       usleep(1000);
     }
   }
+  ASSERT_NE(http.down_objects[3], nullptr);
   EXPECT_EQ(http.down_objects[3]->bytes_done, 4);
 
   // The test itself is there: once the bits read above 30 it fires, with

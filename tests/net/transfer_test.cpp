@@ -89,6 +89,7 @@ TEST_F(Transfer, OnlyBlanksAreEscapedAndABodyBringsItsLength) {
 }
 
 TEST_F(Transfer, HeaderAndBodyInOneReadAreAllHandledByOneCall) {
+  net_test::write_file(dest, "an older and longer file");  // truncated, not appended to
   auto d = start();
   srv.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\nX-Two: a: b\r\n\r\nhello");
   ASSERT_TRUE(step_until(*d, [&] { return d->status_code != -1; }));
@@ -188,6 +189,7 @@ TEST_F(Transfer, ResponsesWithoutAUsableLengthNeverComplete) {
       {"minus one", "HTTP/1.1 200 OK\r\nContent-Length: -1\r\n\r\nbody", true},
       {"huge", "HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999\r\n\r\nbody", true},
       {"short status line", "HTTP/1.1 200\r\nContent-Length: 4\r\n\r\nbody", false},
+      {"status line one short", "HTTP/1.1 200 \r\nContent-Length: 4\r\n\r\nbody", false},
       {"garbage", "SSH-2.0-OpenSSH_9.2\r\n\r\n\x01\x02\xff", false},
       {"no line end at all", "\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", false},
       {"unreadable code", "HTTP/1.1 2x0 OK\r\nContent-Length: 4\r\n\r\nbody", false},
@@ -205,7 +207,7 @@ TEST_F(Transfer, ResponsesWithoutAUsableLengthNeverComplete) {
     EXPECT_FALSE(d.IsDone());
     EXPECT_FALSE(d.IsErr());
     EXPECT_EQ(d.GetStat(), k.header_done ? down_class::stat_body : down_class::stat_header);
-    if (std::string(k.what) == "short status line") {
+    if (!k.header_done && std::string(k.what).find("status line") != std::string::npos) {
       EXPECT_EQ(d.status_code, -1);
     }
     if (std::string(k.what) == "huge") {
