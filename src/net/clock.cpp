@@ -9,8 +9,8 @@ unsigned long long xtim_class::microsecs() {
   static bool started = false;
   timeval tv;
   gettimeofday(&tv, nullptr);
-  const unsigned long long now =
-      static_cast<unsigned long long>(tv.tv_sec) * 1000000ULL + static_cast<unsigned long long>(tv.tv_usec);
+  const unsigned long long now = static_cast<unsigned long long>(tv.tv_sec) * 1000000ULL +
+                                 static_cast<unsigned long long>(tv.tv_usec);
   if (!started) {
     started = true;
     first = now;

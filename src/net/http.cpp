@@ -66,7 +66,8 @@ down_class::down_class(const char* host, unsigned short port, const char* path, 
   if (!path) path = "";
 
   const bool proxied = UseProxy(host, port);
-  const unsigned long address = PCSBSocket::LookupAddress(proxied ? http._proxy_host.c_str() : host);
+  const unsigned long address =
+      PCSBSocket::LookupAddress(proxied ? http._proxy_host.c_str() : host);
   if (address == 0) {
     // Only a failed lookup is logged, so the address always reads 0.0.0.0.
     const unsigned char* b = reinterpret_cast<const unsigned char*>(&address);

@@ -103,9 +103,9 @@ TEST_F(NetCheck, AnErrorStatusFailsWithTheReportAndItsPageStaysOnDisk) {
 TEST_F(NetCheck, AnUnresolvableHostFailsOnTheVeryFirstCall) {
   EXPECT_EQ(http.net_check(0, "no-such-host.invalid", "/serverlist.txt", dest), 2);
   EXPECT_EQ(http.down_objects[0], nullptr);
-  EXPECT_EQ(tmp.log(), "Translated server no-such-host.invalid to IP addy: 0.0.0.0 and port = 80\n" +
-                           report(dest, "no-such-host.invalid", "/serverlist.txt", 0, 0, 1, 0,
-                                  20011, " (#0)"));
+  EXPECT_EQ(tmp.log(),
+            "Translated server no-such-host.invalid to IP addy: 0.0.0.0 and port = 80\n" +
+                report(dest, "no-such-host.invalid", "/serverlist.txt", 0, 0, 1, 0, 20011, " (#0)"));
 }
 
 TEST_F(NetCheck, ConnectionFaultsFailWithTheReportAndNoAlert) {
