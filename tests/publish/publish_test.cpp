@@ -165,6 +165,10 @@ TEST_F(Publisher, InstalledTreeEqualsTheSourceWithModesDatesAndLinks) {
   put("bin/secret.key", "k", 0600);
   put("Resources/fonts/font map.txt", "blank in the name\n");
   put("Resources/empty.dat", "");
+  std::string noise(300000, 0);
+  unsigned x = 12345;
+  for (char& c : noise) c = static_cast<char>((x = x * 1103515245u + 12345u) >> 23);
+  put("Resources/noise.dds", noise);
   ASSERT_EQ(symlink("zephyra", (product + "bin/run").c_str()), 0);
   ASSERT_EQ(symlink("../Resources", (product + "bin/res").c_str()), 0);
   set_mtime(product + "bin/zephyra", 1236000000 + 7);  // odd second: zip dates count in twos
@@ -175,14 +179,14 @@ TEST_F(Publisher, InstalledTreeEqualsTheSourceWithModesDatesAndLinks) {
                               "--mirror=m2.example.com,pub,Two"},
                              tmp.path);
   ASSERT_EQ(r.rc, 0) << r.err;
-  EXPECT_NE(r.out.find("7 files: 7 packed, 0 reused"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("8 files: 8 packed, 0 reused"), std::string::npos) << r.out;
   EXPECT_EQ(shell_out("find " + sh_quote(mirror) + " -name '*.publish-*'"), "");
 
   std::string dest = tmp.mkdirs("dest/");
   install("8.60r2", dest);
-  ASSERT_EQ(sim_info.size(), 7u);
+  ASSERT_EQ(sim_info.size(), 8u);
   const char* files[] = {"readme.txt", "bin/zephyra", "bin/secret.key", "Resources/fonts/font map.txt",
-                         "Resources/empty.dat"};
+                         "Resources/empty.dat", "Resources/noise.dds"};
   for (const char* f : files) {
     struct stat a = lstat_of(product + f), b = lstat_of(dest + f);
     EXPECT_EQ(read_file(product + f), read_file(dest + f)) << f;
@@ -218,9 +222,13 @@ TEST_F(Publisher, InstalledTreeEqualsTheSourceWithModesDatesAndLinks) {
   EXPECT_NE(z.find("-rwxr-xr-x"), std::string::npos) << z;
   EXPECT_NE(z.find("unx"), std::string::npos) << z;
   EXPECT_NE(z.find(" zephyra\n"), std::string::npos) << z;
+  EXPECT_NE(z.find("defN"), std::string::npos) << z;
   z = shell_out("unzip -Z " + sh_quote(mirror + "8.60r2/Zephyra/bin/run.zip"));
   EXPECT_NE(z.find("lrwxrwxrwx"), std::string::npos) << z;
   EXPECT_EQ(shell_out("unzip -p " + sh_quote(mirror + "8.60r2/Zephyra/bin/run.zip")), "zephyra");
+  // Data that deflate can't shrink is stored, and comes back all the same.
+  z = shell_out("unzip -Z " + sh_quote(mirror + "8.60r2/Zephyra/Resources/noise.dds.zip"));
+  EXPECT_NE(z.find("stor"), std::string::npos) << z;
   z = shell_out("unzip -Z " + sh_quote(mirror + "8.60r2/Zephyra/bin/secret.key.zip"));
   EXPECT_NE(z.find("-rw-------"), std::string::npos) << z;
 
