@@ -35,8 +35,7 @@ inline std::string read_file(const std::string& path) {
 }
 
 inline void write_file(const std::string& path, const std::string& bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << bytes;
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
 inline bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
@@ -45,11 +44,11 @@ inline bool exists(const std::string& path) { return access(path.c_str(), F_OK) 
 inline std::string pattern_bytes(size_t n, unsigned seed) {
   std::string s(n, '\0');
   unsigned x = seed * 2654435761u + 1;
-  for (size_t i = 0; i < n; ++i) {
+  for (char& c : s) {
     x ^= x << 13;
     x ^= x >> 17;
     x ^= x << 5;
-    s[i] = static_cast<char>(x);
+    c = static_cast<char>(x);
   }
   return s;
 }
@@ -60,7 +59,6 @@ struct scratch {
   scratch() {
     char tmpl[] = "/tmp/zephyra_net_XXXXXX";
     path = mkdtemp(tmpl);
-    xer.clear();
     if (xer.is_open()) xer.close();
     xer.clear();
     xer.open(file("Log.txt"), std::ios::out | std::ios::trunc);
@@ -102,28 +100,39 @@ inline void drop_slot(int slot) {
   http.down_objects[slot] = nullptr;
 }
 
-// One loopback connection served by a thread: it accepts, records the
-// request head, then plays the queued steps in order.
+// A TCP socket bound to a free loopback port, listening or not.
+inline int loopback_socket(bool listening, unsigned short* port) {
+  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in a{};
+  a.sin_family = AF_INET;
+  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
+  if (listening) listen(fd, 8);
+  socklen_t len = sizeof a;
+  getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
+  *port = ntohs(a.sin_port);
+  return fd;
+}
+
+// A loopback port nobody listens on at the moment.
+inline unsigned short free_port() {
+  unsigned short port = 0;
+  close(loopback_socket(false, &port));
+  return port;
+}
+
+// One loopback connection served by a thread: it accepts, keeps the request
+// head, then plays what the test queues, in order.
 class script_server {
  public:
-  script_server() {
-    lfd_ = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(lfd_, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    listen(lfd_, 8);
-    socklen_t len = sizeof a;
-    getsockname(lfd_, reinterpret_cast<sockaddr*>(&a), &len);
-    port = ntohs(a.sin_port);
-    worker_ = std::thread([this] { run(); });
-  }
+  unsigned short port = 0;
+
+  script_server() : lfd_(loopback_socket(true, &port)), worker_([this] { run(); }) {}
   ~script_server() {
     {
       std::lock_guard<std::mutex> g(m_);
       stop_ = true;
-      // Unblocks a send into a client that no longer reads.
-      if (cfd_ >= 0) shutdown(cfd_, SHUT_RDWR);
+      if (cfd_ >= 0) shutdown(cfd_, SHUT_RDWR);  // unblocks a send nobody reads
     }
     cv_.notify_all();
     worker_.join();
@@ -133,157 +142,91 @@ class script_server {
   script_server(const script_server&) = delete;
   script_server& operator=(const script_server&) = delete;
 
-  unsigned short port = 0;
-
-  // Sends bytes in one write, or one byte at a time with a pause between.
-  void send(const std::string& bytes, int pause_ms = 0) { push({step::data, bytes, pause_ms}); }
+  // Bytes in one write, or one at a time with a pause between.
+  void send(const std::string& bytes, int pause_ms = 0) { push({bytes, pause_ms, 0}); }
   // Ends the connection after what is queued: an orderly close, or a reset.
-  void hang_up(bool reset = false) { push({reset ? step::reset : step::close, "", 0}); }
-
-  // Waits until every queued step has been played.
-  bool wait_played(int ms = 5000) {
-    std::unique_lock<std::mutex> g(m_);
-    return cv_.wait_for(g, std::chrono::milliseconds(ms), [&] { return steps_.empty() && !busy_; });
-  }
-  // The request head as received, once its blank line has arrived.
+  void hang_up(bool reset = false) { push({"", 0, reset ? 2 : 1}); }
+  // The request head once its blank line has arrived; empty before that.
   std::string request(int ms = 5000) {
     std::unique_lock<std::mutex> g(m_);
     cv_.wait_for(g, std::chrono::milliseconds(ms), [&] { return request_done_; });
     return request_;
   }
-  bool has_request() {
-    std::lock_guard<std::mutex> g(m_);
-    return request_done_;
-  }
-  bool accepted() {
-    std::lock_guard<std::mutex> g(m_);
-    return cfd_ >= 0;
-  }
 
  private:
   struct step {
-    enum kind_t { data, close, reset } kind;
     std::string bytes;
-    int pause_ms;
+    int pause_ms, end;
   };
-
   void push(step s) {
-    {
-      std::lock_guard<std::mutex> g(m_);
-      steps_.push_back(std::move(s));
-    }
+    std::lock_guard<std::mutex> g(m_);
+    steps_.push_back(std::move(s));
     cv_.notify_all();
+  }
+  static bool readable(int fd) {
+    pollfd p{fd, POLLIN, 0};
+    return poll(&p, 1, 20) > 0;
   }
   bool stopping() {
     std::lock_guard<std::mutex> g(m_);
     return stop_;
   }
-  bool wait_readable(int fd) {
-    pollfd p{fd, POLLIN, 0};
-    return poll(&p, 1, 20) > 0;
-  }
 
   void run() {
-    int fd = -1;
-    while (!stopping()) {
-      if (wait_readable(lfd_)) {
-        fd = accept(lfd_, nullptr, nullptr);
-        break;
-      }
-    }
-    if (fd < 0) return;
+    while (!readable(lfd_))
+      if (stopping()) return;
+    const int fd = accept(lfd_, nullptr, nullptr);
     {
       std::lock_guard<std::mutex> g(m_);
       cfd_ = fd;
     }
     std::string got;
     while (!stopping() && got.find("\r\n\r\n") == std::string::npos) {
-      if (!wait_readable(fd)) continue;
+      if (!readable(fd)) continue;
       char buf[4096];
       const ssize_t n = recv(fd, buf, sizeof buf, 0);
       if (n <= 0) break;
       got.append(buf, static_cast<size_t>(n));
     }
-    {
-      std::lock_guard<std::mutex> g(m_);
-      request_ = got;
-      request_done_ = true;
-    }
+    std::unique_lock<std::mutex> g(m_);
+    request_ = got;
+    request_done_ = true;
     cv_.notify_all();
-
     for (;;) {
-      step s;
-      {
-        std::unique_lock<std::mutex> g(m_);
-        cv_.wait(g, [&] { return stop_ || !steps_.empty(); });
-        if (steps_.empty()) return;
-        s = steps_.front();
-        steps_.pop_front();
-        busy_ = true;
+      cv_.wait(g, [&] { return stop_ || !steps_.empty(); });
+      if (steps_.empty() || cfd_ < 0) return;
+      const step s = steps_.front();
+      steps_.pop_front();
+      g.unlock();
+      for (size_t off = 0; off < s.bytes.size();) {
+        const size_t len = s.pause_ms ? 1 : s.bytes.size() - off;
+        const ssize_t n = ::send(fd, s.bytes.data() + off, len, MSG_NOSIGNAL);
+        if (n <= 0) break;
+        off += static_cast<size_t>(n);
+        if (s.pause_ms) std::this_thread::sleep_for(std::chrono::milliseconds(s.pause_ms));
       }
-      play(fd, s);
-      {
-        std::lock_guard<std::mutex> g(m_);
-        busy_ = false;
+      g.lock();
+      if (s.end == 2) {
+        linger l{1, 0};  // a zero linger turns the close into a reset
+        setsockopt(fd, SOL_SOCKET, SO_LINGER, &l, sizeof l);
       }
-      cv_.notify_all();
+      if (s.end) {
+        close(fd);
+        cfd_ = -1;
+      }
     }
   }
 
-  void play(int fd, const step& s) {
-    if (s.kind == step::data) {
-      if (s.pause_ms == 0) {
-        size_t off = 0;
-        while (off < s.bytes.size()) {
-          const ssize_t n = ::send(fd, s.bytes.data() + off, s.bytes.size() - off, MSG_NOSIGNAL);
-          if (n <= 0) return;
-          off += static_cast<size_t>(n);
-        }
-      } else {
-        for (char c : s.bytes) {
-          if (::send(fd, &c, 1, MSG_NOSIGNAL) != 1) return;
-          std::this_thread::sleep_for(std::chrono::milliseconds(s.pause_ms));
-        }
-      }
-    } else if (s.kind == step::reset) {
-      linger l{1, 0};  // a zero linger turns the close into a reset
-      setsockopt(fd, SOL_SOCKET, SO_LINGER, &l, sizeof l);
-      shutdown(fd, SHUT_RD);
-      closing_close(fd);
-    } else {
-      closing_close(fd);
-    }
-  }
-  void closing_close(int fd) {
-    std::lock_guard<std::mutex> g(m_);
-    close(fd);
-    cfd_ = -1;
-  }
-
-  int lfd_ = -1;
+  int lfd_;
   int cfd_ = -1;
-  std::thread worker_;
   std::mutex m_;
   std::condition_variable cv_;
   std::deque<step> steps_;
-  bool busy_ = false;
   bool stop_ = false;
   bool request_done_ = false;
   std::string request_;
+  std::thread worker_;  // last: it starts once everything above is made
 };
-
-// A loopback port nobody listens on at the moment.
-inline unsigned short free_port() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in a{};
-  a.sin_family = AF_INET;
-  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-  socklen_t len = sizeof a;
-  getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-  close(fd);
-  return ntohs(a.sin_port);
-}
 
 // nginx serving root/www on a free loopback port, everything it writes kept
 // under root; stopped by the destructor, and killed with the test process.
@@ -296,9 +239,19 @@ class nginx_server {
       error = std::string(binary) + " is missing (make test installs it)";
       return;
     }
+    std::system(("mkdir -p '" + www() + "'").c_str());
     for (int attempt = 0; attempt < 5 && pid_ <= 0; ++attempt) start();
   }
-  ~nginx_server() { stop(); }
+  ~nginx_server() {
+    if (pid_ <= 0) return;
+    kill(pid_, SIGTERM);
+    for (int i = 0; i < 300; ++i) {
+      if (waitpid(pid_, nullptr, WNOHANG) == pid_) return;
+      usleep(10000);
+    }
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
   nginx_server(const nginx_server&) = delete;
   nginx_server& operator=(const nginx_server&) = delete;
 
@@ -310,32 +263,26 @@ class nginx_server {
  private:
   void start() {
     port = free_port();
-    std::system(("mkdir -p '" + www() + "'").c_str());
     std::ostringstream conf;
-    conf << "daemon off;\nmaster_process off;\nuser root;\nworker_processes 1;\n"
-         << "pid " << root_ << "/nginx.pid;\nerror_log " << root_ << "/error.log;\n"
-         << "events { worker_connections 64; }\nhttp {\n  access_log off;\n"
-         << "  client_body_temp_path " << root_ << "/body;\n  proxy_temp_path " << root_
-         << "/proxy;\n  fastcgi_temp_path " << root_ << "/fastcgi;\n  uwsgi_temp_path "
-         << root_ << "/uwsgi;\n  scgi_temp_path " << root_ << "/scgi;\n"
-         << "  server { listen 127.0.0.1:" << port << "; root " << www() << "; }\n}\n";
+    conf << "daemon off;\nmaster_process off;\nuser root;\nworker_processes 1;\npid " << root_
+         << "/nginx.pid;\nevents { worker_connections 64; }\nhttp {\n  access_log off;\n";
+    for (const char* t : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"})
+      conf << "  " << t << "_temp_path " << root_ << "/" << t << ";\n";
+    conf << "  server { listen 127.0.0.1:" << port << "; root " << www() << "; }\n}\n";
     write_file(root_ + "/nginx.conf", conf.str());
 
+    const std::string log = root_ + "/error.log";
     const pid_t child = fork();
     if (child == 0) {
       prctl(PR_SET_PDEATHSIG, SIGKILL);
-      const std::string prefix = root_ + "/", conf_path = root_ + "/nginx.conf",
-                        log = root_ + "/error.log";
-      execl(binary, "nginx", "-p", prefix.c_str(), "-c", conf_path.c_str(), "-e", log.c_str(),
-            static_cast<char*>(nullptr));
+      execl(binary, "nginx", "-p", (root_ + "/").c_str(), "-c", (root_ + "/nginx.conf").c_str(),
+            "-e", log.c_str(), static_cast<char*>(nullptr));
       _exit(127);
     }
-    if (child < 0) return;
     // Ready once it accepts a connection; gone early means the port was taken.
-    for (int i = 0; i < 500; ++i) {
-      int status = 0;
-      if (waitpid(child, &status, WNOHANG) == child) {
-        error = read_file(root_ + "/error.log");
+    for (int i = 0; child > 0 && i < 500; ++i) {
+      if (waitpid(child, nullptr, WNOHANG) == child) {
+        error = read_file(log);
         return;
       }
       const int fd = socket(AF_INET, SOCK_STREAM, 0);
@@ -351,23 +298,11 @@ class nginx_server {
       }
       usleep(10000);
     }
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    error = "nginx did not start listening";
-  }
-  void stop() {
-    if (pid_ <= 0) return;
-    kill(pid_, SIGTERM);
-    for (int i = 0; i < 300; ++i) {
-      if (waitpid(pid_, nullptr, WNOHANG) == pid_) {
-        pid_ = -1;
-        return;
-      }
-      usleep(10000);
+    if (child > 0) {
+      kill(child, SIGKILL);
+      waitpid(child, nullptr, 0);
     }
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-    pid_ = -1;
+    error = "nginx did not start listening";
   }
 
   std::string root_;
