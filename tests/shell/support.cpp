@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 #include "files/cmdline.h"
 #include "shell/hooks.h"
@@ -25,7 +25,7 @@ void APP_update() {
 void APP_handlekey(int, int) {}
 void APP_handlemenu(int id) { menu_ids_seen.push_back(id); }
 
-unsigned long long test_clock() { return test_now_us; }
+static unsigned long long test_clock() { return test_now_us; }
 
 void frame_after(double seconds) {
   test_now_us += static_cast<unsigned long long>(seconds * 1e6 + 0.5);
@@ -50,15 +50,13 @@ void shell_test_reset() {
   PUMP_set_time_source(test_clock);
 }
 
-child_result run_in_child(const std::function<int()>& body) {
-  char path[] = "/tmp/shell_child_XXXXXX";
-  int fd = mkstemp(path);
-  child_result r;
-  if (fd < 0) return r;
+// Forks; the child sends its output to out_path and runs body.
+static child_result fork_to(const std::string& out_path, const std::function<int()>& body) {
   fflush(stdout);
   fflush(stderr);
   pid_t pid = fork();
   if (pid == 0) {
+    int fd = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     dup2(fd, 1);
     dup2(fd, 2);
     int code = body();
@@ -68,46 +66,39 @@ child_result run_in_child(const std::function<int()>& body) {
   }
   int status = 0;
   waitpid(pid, &status, 0);
-  close(fd);
-  r.out = read_file(path);
-  unlink(path);
+  child_result r;
+  r.out = read_file(out_path);
+  unlink(out_path.c_str());
   if (WIFEXITED(status)) r.exit_code = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) r.signal = WTERMSIG(status);
   return r;
+}
+
+child_result run_in_child(const std::function<int()>& body) {
+  char path[] = "/tmp/shell_child_XXXXXX";
+  int fd = mkstemp(path);
+  if (fd < 0) return child_result();
+  close(fd);
+  return fork_to(path, body);
 }
 
 child_result run_copy(const std::string& folder, const std::string& test,
                       const std::vector<std::string>& env) {
-  child_result r;
   const std::string exe = folder + "test_shell";
   const std::string copy = "cp /proc/" + std::to_string(getpid()) + "/exe '" + exe + "'";
-  if (system(copy.c_str()) != 0) return r;
-  const std::string out_path = folder + "output.txt";
+  if (system(copy.c_str()) != 0) return child_result();
   const std::string filter = "--gtest_filter=" + test;
-  fflush(stdout);
-  pid_t pid = fork();
-  if (pid == 0) {
-    int fd = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    dup2(fd, 1);
-    dup2(fd, 2);
+  return fork_to(folder + "output.txt", [&] {
     for (const std::string& e : env) putenv(const_cast<char*>(e.c_str()));
     execl(exe.c_str(), exe.c_str(), "--gtest_also_run_disabled_tests", filter.c_str(),
           static_cast<char*>(nullptr));
-    _exit(127);
-  }
-  int status = 0;
-  waitpid(pid, &status, 0);
-  r.out = read_file(out_path);
-  if (WIFEXITED(status)) r.exit_code = WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) r.signal = WTERMSIG(status);
-  return r;
+    return 127;
+  });
 }
 
 std::string read_file(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 std::string make_temp_dir() {

@@ -11,7 +11,6 @@ extern std::vector<int> menu_ids_seen;
 
 // The pump's clock, in microseconds, moved by the test.
 extern unsigned long long test_now_us;
-unsigned long long test_clock();
 // Moves the clock by seconds and runs one frame.
 void frame_after(double seconds);
 
@@ -26,7 +25,6 @@ struct child_result {
 };
 // Runs body in a forked child; its exit code is body's return value.
 child_result run_in_child(const std::function<int()>& body);
-
 // Runs this test program again, as a copy in its own folder (so its
 // Log.txt is private), with one test selected and extra environment.
 child_result run_copy(const std::string& folder, const std::string& test,

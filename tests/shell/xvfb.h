@@ -10,14 +10,9 @@ class xvfb_class {
   // Closes the shell's connection and window, then stops the server.
   void stop();
   ~xvfb_class() { stop(); }
-  const std::string& display() const { return name; }
 
  private:
   int pid = -1;
-  std::string name;
   std::string old_display;
   bool had_display = false;
 };
-
-// Closes the shell's window, context and display so a new server can be used.
-void shell_drop_display();
