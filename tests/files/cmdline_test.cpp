@@ -6,68 +6,40 @@
 
 namespace {
 
-class Cmdline : public ::testing::Test {
- protected:
-  void SetUp() override { cmdline.clear(); }
-  void TearDown() override { cmdline.clear(); }
-  temp_log log_;
-};
-
-TEST_F(Cmdline, SplitsAtFirstEqualsKeepsFirstOfRepeatsAndLogsEach) {
+TEST(Cmdline, SplitsAtFirstEqualsKeepsFirstOfRepeatsAndLogsEach) {
+  temp_log log;
+  cmdline.clear();
   const char* argv[] = {"zephyra", "--flag=a=b", "--empty=", "word", "--x=1", "--x=2", "word"};
   cmdline.init_unix(7, argv);
   EXPECT_EQ(cmdline.options.size(), 4u);
   EXPECT_EQ(cmdline.get_option("--flag"), "a=b");
   EXPECT_TRUE(cmdline.has_option("--empty"));
-  EXPECT_TRUE(cmdline.has_option("word"));  // no dash needed
   EXPECT_EQ(cmdline.get_option("--x"), "1");
   EXPECT_FALSE(cmdline.has_option("--fla"));  // names compare whole
-  EXPECT_FALSE(cmdline.has_option("flag"));
   // No blank before "included": the warning reads as the product writes it.
-  EXPECT_EQ(log_.text(),
-            "     '--flag'='a=b'\n"
-            "     '--empty'=''\n"
-            "     'word'=''\n"
-            "     '--x'='1'\n"
+  EXPECT_EQ(log.text(),
+            "     '--flag'='a=b'\n     '--empty'=''\n     'word'=''\n     '--x'='1'\n"
             "WARNING: command line option --x=2included twice.\n"
             "WARNING: command line option word=included twice.\n");
-
-  // Asking for an absent name enters it.
   EXPECT_EQ(cmdline.get_option("--no_vbos"), "");
-  EXPECT_TRUE(cmdline.has_option("--no_vbos"));
+  EXPECT_TRUE(cmdline.has_option("--no_vbos"));  // asking for an absent name enters it
+  cmdline.clear();
 }
 
-TEST_F(Cmdline, NoArgumentsLeaveEmptyMapAndLog) {
-  const char* argv[] = {"zephyra"};
-  cmdline.init_unix(1, argv);
-  cmdline.init_unix(0, argv);
-  EXPECT_TRUE(cmdline.options.empty());
-  EXPECT_EQ(log_.text(), "");
-}
-
-TEST_F(Cmdline, HelpAmongOtherOptionsPrintsUsageAndExitsZero) {
+TEST(Cmdline, HelpAmongOtherOptionsPrintsUsageAndExitsZero) {
   for (const char* help : {"-h", "--help", "-h=yes"}) {
     const char* argv[] = {"zephyra", "--no_vbos", help, "--fps_test=3"};
-    EXPECT_EXIT(
-        {
-          dup2(STDERR_FILENO, STDOUT_FILENO);
-          cmdline.init_unix(4, argv);
-        },
-        testing::ExitedWithCode(0),
-        "^Usage: Zephyra \\[options\\.\\.\\.\\]\n\nZephyra can take.*whether Zephyra "
-        "performance is as expected\\.\n$")
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), cmdline.init_unix(4, argv)), testing::ExitedWithCode(0),
+                "^Usage: Zephyra \\[options\\.\\.\\.\\]\n\nZephyra can take.*whether Zephyra "
+                "performance is as expected\\.\n$")
         << help;
-    cmdline.clear();
   }
-}
-
-TEST(CmdlineUsage, TextKeepsItsOddities) {
+  // The text keeps its oddities, and serves the whole family: --no_glsl is read but never listed.
   testing::internal::CaptureStdout();
   print_usage();
   const std::string text = testing::internal::GetCapturedStdout();
   EXPECT_NE(text.find("  Here is a listof current flags:\n\n--help\n-h\n"), std::string::npos);
   EXPECT_NE(text.find("as defined by \nGL_ARB_vertex_buffer_object."), std::string::npos);
-  // The text serves the whole family: options read here but never listed.
   EXPECT_EQ(text.find("--no_glsl"), std::string::npos);
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 76);
 }

@@ -22,9 +22,8 @@ struct temp_dir {
 };
 
 inline std::string read_file(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
   std::stringstream ss;
-  ss << in.rdbuf();
+  ss << std::ifstream(path, std::ios::binary).rdbuf();
   return ss.str();
 }
 
@@ -32,7 +31,6 @@ struct temp_log {
   temp_dir dir;
   std::string path = dir.file("Log.txt");
   temp_log() {
-    xer.clear();
     if (xer.is_open()) xer.close();
     xer.clear();
     xer.open(path, std::ios::out | std::ios::trunc);
