@@ -1,10 +1,12 @@
-// Entry of the installer: the shell brings up the log, the command line and
-// the window; the run record and the preferences are set before the frame
-// loop. The installer's screens are not built yet, so the program stops after
-// start-up with a plain word to the user.
+// Entry of the installer. With --console the stage machine runs in the
+// terminal and no display is opened. Otherwise the shell brings up the log,
+// the command line and the window; the run record and the preferences are
+// set before the frame loop. The installer's screens are not built yet, so
+// the window road stops after start-up with a plain word to the user.
 #include <cstdio>
 #include <string>
 
+#include "app/console.h"
 #include "files/alert.h"
 #include "files/log.h"
 #include "files/paths.h"
@@ -19,6 +21,8 @@ void APP_handlekey(int, int) {}
 void APP_handlemenu(int) {}
 
 int main(int argc, char** argv) {
+  if (console_wanted(argc, argv)) return console_main(argc, argv);
+
   shell_hooks.save_prefs = [] { pref.IO_set(11, 1); };
   shell_hooks.use_max_cpu = &stg.use_max_cpu;
 

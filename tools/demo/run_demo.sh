@@ -1,0 +1,81 @@
+#!/bin/bash
+# The installer's main job, end to end on this machine: a generated demo
+# product is published into BUILD/demo-mirror, nginx serves it on loopback
+# under the maker's and the mirrors' host names, and the installer, with a
+# HOME of its own whose preferences point the proxy at nginx, installs it
+# into BUILD/demo-install. The user's own preferences are never touched.
+# Usage: run_demo.sh BUILD [installer options...]
+set -euo pipefail
+
+build=$(cd "${1:-build}" && pwd)
+shift || true
+release=8.60r1
+product="$build/demo-product/Zephyra"
+mirror="$build/demo-mirror"
+install="$build/demo-install"
+home="$build/demo-home"
+run="$build/demo-nginx"
+
+for tool in /usr/sbin/nginx "$build/zephyra-publish" "$build/zephyra-installer"; do
+  [ -x "$tool" ] || { echo "run_demo: $tool is missing (make build, make deps)" >&2; exit 1; }
+done
+
+# A few MB in the product's folders, and a program of this platform's own so
+# the finished folder takes the release's name.
+rm -rf "$build/demo-product" "$mirror" "$install" "$home" "$run"
+mkdir -p "$product"/{Airfoils,Instructions,Output/logbooks,Resources/fonts,Resources/scenery}
+for i in 1 2 3 4 5 6; do head -c $((400000 * i)) /dev/urandom > "$product/Resources/scenery/tile$i.dat"; done
+for i in $(seq 1 20); do seq 1 $((i * 500)) > "$product/Airfoils/wing$i.afl"; done
+echo "Welcome to Zephyra $release." > "$product/Instructions/Read Me.txt"
+echo "fonts" > "$product/Resources/fonts/fontmap.txt"
+: > "$product/Output/logbooks/empty.txt"
+printf '#!/bin/sh\necho "Zephyra %s"\n' "$release" > "$product/Zephyra Linux"
+chmod 755 "$product/Zephyra Linux"
+ln -s "Read Me.txt" "$product/Instructions/readme"
+
+"$build/zephyra-publish" --product "$product" --release "$release" --out "$mirror" --quiet \
+  --mirror "mirror1.zephyra.example,/,Demo mirror one" \
+  --mirror "mirror2.zephyra.example,/,Demo mirror two" \
+  --platform "Zephyra Linux=3"
+
+# nginx on a free loopback port, one virtual host per name, all from the mirror.
+mkdir -p "$run"
+pid=""
+stop_nginx() { if [ -n "$pid" ]; then kill "$pid" 2>/dev/null || true; wait "$pid" 2>/dev/null || true; fi; }
+trap stop_nginx EXIT INT TERM
+for attempt in 1 2 3 4 5; do
+  port=$((20000 + RANDOM % 20000))
+  (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && continue
+  {
+    echo "daemon off; master_process off; worker_processes 1; pid $run/nginx.pid;"
+    [ "$(id -u)" -eq 0 ] && echo "user root;"
+    echo "events { worker_connections 64; }"
+    echo "http { access_log off;"
+    for t in client_body proxy fastcgi uwsgi scgi; do echo "  ${t}_temp_path $run/$t;"; done
+    for host in www.vantrell.example mirror1.zephyra.example mirror2.zephyra.example; do
+      echo "  server { listen 127.0.0.1:$port; server_name $host; root $mirror; }"
+    done
+    echo "}"
+  } > "$run/nginx.conf"
+  /usr/sbin/nginx -p "$run/" -c "$run/nginx.conf" -e "$run/error.log" &
+  pid=$!
+  for i in $(seq 1 100); do
+    (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break
+    kill -0 "$pid" 2>/dev/null || break
+    sleep 0.05
+  done
+  (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break
+  stop_nginx; pid=""
+done
+[ -n "$pid" ] || { echo "run_demo: nginx did not start" >&2; cat "$run/error.log" >&2 || true; exit 1; }
+
+mkdir -p "$home/.zephyra" "$install"
+printf 'I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port %s\n_proxy_port_int %s\n' "$port" "$port" \
+  > "$home/.zephyra/Zephyra Installer.prf"
+
+echo "Demo mirror at 127.0.0.1:$port; installing $release into $install"
+status=0
+HOME="$home" "$build/zephyra-installer" -path "$install/" --console "$@" || status=$?
+echo "Installer exit status: $status"
+[ -d "$install/$release" ] && echo "Installed: $install/$release"
+exit $status
