@@ -21,18 +21,13 @@ struct scratch_dir {
 
   // Makes the folders leading to rel, then the file with the given bytes.
   std::string put(const std::string& rel, const std::string& bytes) const {
-    mkdirs(rel.substr(0, rel.rfind('/') == std::string::npos ? 0 : rel.rfind('/') + 1));
-    std::ofstream out(path + rel, std::ios::binary);
-    out << bytes;
+    mkdirs(rel.substr(0, rel.rfind('/') + 1));  // npos + 1 is 0: no folder
+    std::ofstream(path + rel, std::ios::binary) << bytes;
     return path + rel;
   }
   std::string mkdirs(const std::string& rel) const {
-    std::string so_far = path;
-    for (size_t i = 0; i < rel.size(); ++i) {
-      so_far += rel[i];
-      if (rel[i] == '/') mkdir(so_far.c_str(), 0755);
-    }
-    if (!rel.empty() && rel.back() != '/') mkdir((path + rel).c_str(), 0755);
+    for (size_t i = 0; i <= rel.size(); ++i)
+      if (i == rel.size() || rel[i] == '/') mkdir((path + rel.substr(0, i)).c_str(), 0755);
     return path + rel;
   }
   bool exists(const std::string& rel) const {
@@ -43,14 +38,12 @@ struct scratch_dir {
 
 // A fatal alert ends the process after printing its texts on stdout; the
 // death test matches stderr, so the child sends one to the other.
-#define EXPECT_FATAL(statement, regex) \
-  EXPECT_DEATH({ dup2(2, 1); statement; }, regex)
+#define EXPECT_FATAL(statement, regex) EXPECT_DEATH({ dup2(2, 1); statement; }, regex)
 
 // The MD5 of a file by the system's own md5sum, so our signatures are held
 // against an outside tool.
 inline std::string md5sum_of(const std::string& file) {
-  std::string cmd = "md5sum '" + file + "'";
-  FILE* p = popen(cmd.c_str(), "r");
+  FILE* p = popen(("md5sum '" + file + "'").c_str(), "r");
   char buf[64] = {0};
   if (!p || fscanf(p, "%32s", buf) != 1) buf[0] = 0;
   if (p) pclose(p);
