@@ -173,12 +173,25 @@ long long progress_mark() {
 }
 
 // A stalled server must not cost a core: when nothing moved since the last
-// look, wait a little before polling again.
+// look, wait before polling again, longer the longer it stays still.
 void rest_if_idle() {
   static long long last = -1;
+  static useconds_t rest = 0;
   const long long mark = progress_mark();
-  if (mark == last) usleep(2000);
+  if (mark != last) {
+    rest = 0;
+  } else {
+    rest = rest == 0 ? 1000 : (rest < 16000 ? rest * 2 : 16000);
+    usleep(rest);
+  }
   last = mark;
+}
+
+// Between the transfer's calls: a failure that comes and goes inside one
+// slice would never reach a frame's lines, so it is shown as it happens.
+void between_calls() {
+  if (stg.file_failed && !scr.last_failed) show(stage_state_message(), stage_failure_lines(), true);
+  rest_if_idle();
 }
 
 // ---- the person's side: agreement, changed files, chooser, browser
@@ -429,7 +442,7 @@ int console_main(int argc, char const* const* argv) {
   while (stg.stage == 1) {
     console_frame();
     stage_activity_icon();
-    const stage_lines lines = stage_work_and_lines(rest_if_idle);
+    const stage_lines lines = stage_work_and_lines(between_calls);
     show(stage_state_message(), lines, false);
   }
   show(stage_state_message(), stage_work_and_lines(), true);

@@ -247,13 +247,17 @@ stage_lines stage_work_and_lines(void (*between)()) {
               "Support for help with this problem.");
     }
   }
-  if (stg.file_failed == 1) {
-    out.line[0] = {stage_colour_failure, "I can NOT download the file '" + crnt_file_path + "'!"};
-    out.line[1] = {stage_colour_failure,
-                   "Your internet connection may not be working, or the server could be "
-                   "undergoing maintainance or an upgrade right now."};
-    out.line[2] = {stage_colour_failure,
-                   "I am trying another server now to see if I can still get you a download..."};
-  }
+  if (stg.file_failed == 1) out = stage_failure_lines();
+  return out;
+}
+
+stage_lines stage_failure_lines() {
+  stage_lines out;
+  out.line[0] = {stage_colour_failure, "I can NOT download the file '" + crnt_file_path + "'!"};
+  out.line[1] = {stage_colour_failure,
+                 "Your internet connection may not be working, or the server could be "
+                 "undergoing maintainance or an upgrade right now."};
+  out.line[2] = {stage_colour_failure,
+                 "I am trying another server now to see if I can still get you a download..."};
   return out;
 }

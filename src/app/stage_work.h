@@ -77,6 +77,9 @@ int stage_start();
 // Quit: the streams stop and the frame loop ends.
 void stage_quit();
 
+// The three red lines shown while the latest file can't be fetched.
+stage_lines stage_failure_lines();
+
 // The work and the status lines of the frame: stage 0's totals and texts,
 // stage 1's ten-millisecond slice of grab_files, stage 2's final texts, and
 // the failure lines over all three while a file fails. between, when given,
