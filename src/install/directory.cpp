@@ -25,6 +25,35 @@ int clamp_int(int v, int lo, int hi) { return v < lo ? lo : (v > hi ? hi : v); }
 
 int read_directory_rows_parsed() { return rows_parsed; }
 
+bool scan_list_row(xmap_class& map, std::string& folder, std::string& name,
+                   file_version_struct& row) {
+  std::string sig;
+  while (map.mem_ptr < map.mem_end) {
+    if (map.TXT_str_scan_match("DIR", 0)) {
+      map.TXT_str_scan_eoln(&folder);
+      set_slash_chars(folder);
+      continue;
+    }
+    if (!map.TXT_str_scan_match("FILE", 0)) {
+      map.TXT_str_scan_eoln(nullptr);
+      continue;
+    }
+    row = file_version_struct();
+    row.row_kind = clamp_int(map.TXT_int_scan(), 0, 1);
+    row.row_os = clamp_int(map.TXT_int_scan(), 0, 6);
+    row.row_tag = map.TXT_int_scan();
+    row.down_size = (float)map.TXT_int_scan();
+    row.disk_size = (float)map.TXT_int_scan();
+    map.TXT_str_scan_space(&sig);
+    map.TXT_str_scan_eoln(&name);
+    set_slash_chars(name);
+    row.sig_want = sig;
+    row.file_path = folder + name;
+    return true;
+  }
+  return false;
+}
+
 void set_slash_chars(std::string& path) {
   for (char& c : path)
     if (c == ':' || c == '\\') c = '/';
@@ -87,29 +116,10 @@ int read_directory(const std::string& path, std::string message) {
   // of the regrowth of the outer vector.
   sim_info.reserve((map.mem_end - map.mem_beg) / 80 + 16);
 
-  std::string folder, sig, name, last_path;
+  std::string folder, name, last_path;
   const long size = map.mem_end - map.mem_beg;
-  while (map.mem_ptr < map.mem_end) {
-    if (map.TXT_str_scan_match("DIR", 0)) {
-      map.TXT_str_scan_eoln(&folder);
-      set_slash_chars(folder);
-      continue;
-    }
-    if (!map.TXT_str_scan_match("FILE", 0)) {
-      map.TXT_str_scan_eoln(nullptr);
-      continue;
-    }
-    file_version_struct row;
-    row.row_kind = clamp_int(map.TXT_int_scan(), 0, 1);
-    row.row_os = clamp_int(map.TXT_int_scan(), 0, 6);
-    row.row_tag = map.TXT_int_scan();
-    row.down_size = (float)map.TXT_int_scan();
-    row.disk_size = (float)map.TXT_int_scan();
-    map.TXT_str_scan_space(&sig);
-    map.TXT_str_scan_eoln(&name);
-    set_slash_chars(name);
-    row.sig_want = sig;
-    row.file_path = folder + name;
+  file_version_struct row;
+  while (scan_list_row(map, folder, name, row)) {
 
     // A run of adjacent rows of one path is one entry. The very first row
     // always opens one, even with an empty path.

@@ -52,6 +52,13 @@ int read_directory_rows_parsed();
 // its top folder.
 std::string row_disk_path(const file_version_struct& row);
 
+class xmap_class;
+// Reads on from the cursor to the next FILE row of a list, following DIR
+// lines into folder and skipping anything else. Returns false at the end.
+// name is the row's file name as written, row its fields.
+bool scan_list_row(xmap_class& map, std::string& folder, std::string& name,
+                   file_version_struct& row);
+
 // Turns every ":" and "\" into "/", nothing else.
 void set_slash_chars(std::string& path);
 

@@ -16,8 +16,6 @@
 
 namespace {
 
-int clamp_int(int v, int low, int high) { return v < low ? low : v > high ? high : v; }
-
 int remove_one(const char* path, const struct stat*, int, struct FTW*) {
   remove(path);
   return 0;
@@ -52,28 +50,9 @@ bool parse_list(const std::string& text_path, const std::string& shown, std::vec
     return false;
   }
   std::map<std::string, size_t> index;
-  std::string folder, sig, name;
-  while (map.mem_ptr < map.mem_end) {
-    if (map.TXT_str_scan_match("DIR", 0)) {
-      map.TXT_str_scan_eoln(&folder);
-      set_slash_chars(folder);
-      continue;
-    }
-    if (!map.TXT_str_scan_match("FILE", 0)) {
-      map.TXT_str_scan_eoln(nullptr);
-      continue;
-    }
-    file_version_struct row;
-    row.row_kind = clamp_int(map.TXT_int_scan(), 0, 1);
-    row.row_os = clamp_int(map.TXT_int_scan(), 0, 6);
-    row.row_tag = map.TXT_int_scan();
-    row.down_size = static_cast<float>(map.TXT_int_scan());
-    row.disk_size = static_cast<float>(map.TXT_int_scan());
-    map.TXT_str_scan_space(&sig);
-    map.TXT_str_scan_eoln(&name);
-    set_slash_chars(name);
-    row.sig_want = sig;
-    row.file_path = folder + name;
+  std::string folder, name;
+  file_version_struct row;
+  while (scan_list_row(map, folder, name, row)) {
     // The installer stops dead on such a row; better to say so here.
     if (row.file_path.empty() || row.file_path.back() == '/') {
       reason = shown + ": a row has no file name (\"" + row.file_path + "\")";
