@@ -364,32 +364,37 @@ void get_OS_abs_path(int which, std::string& path) {
   }
 }
 
-void get_file_with_path(std::string& out, const std::string& path) {
+namespace {
+
+// The one search both splits share: backwards from the last character but
+// one, down to the second, so a folder path "a/b/" splits at its inner
+// separator. npos when there is none or the path is shorter than two.
+size_t split_point(const std::string& path) {
   const size_t n = path.size();
-  if (n < 2) {
-    out.clear();
-    return;
-  }
+  if (n < 2) return std::string::npos;
   for (size_t i = n - 2; i >= 1; --i)
-    if (is_sep(path[i])) {
-      out = path.substr(i + 1);
-      return;
-    }
-  out = path;
+    if (is_sep(path[i])) return i;
+  return std::string::npos;
+}
+
+}  // namespace
+
+void get_file_with_path(std::string& out, const std::string& path) {
+  const size_t at = split_point(path);
+  if (at != std::string::npos)
+    out = path.substr(at + 1);
+  else if (path.size() >= 2)
+    out = path;
+  else
+    out.clear();
 }
 
 void get_path_with_path(std::string& out, const std::string& path) {
-  const size_t n = path.size();
-  if (n < 2) {
+  const size_t at = split_point(path);
+  if (at != std::string::npos)
+    out = path.substr(0, at + 1);
+  else
     out.clear();
-    return;
-  }
-  for (size_t i = n - 2; i >= 1; --i)
-    if (is_sep(path[i])) {
-      out = path.substr(0, i + 1);
-      return;
-    }
-  out.clear();
 }
 
 int path_has_no_file(std::string path) {
