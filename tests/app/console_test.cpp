@@ -251,6 +251,26 @@ TEST_F(Console, AnUpdateFetchesOnlyTheChangesAndEachChangedAnswerDoesWhatItSays)
   }
 }
 
+// On a terminal the agreement and the question are asked and answered by
+// typing; the question's answers go by the position of the label.
+TEST_F(Console, OnATerminalTheAgreementAndTheQuestionAreAsked) {
+  publish("8.60", make_product("8.60", kFiles));
+  ASSERT_EQ(run(disk(), "--agree").status, console_done);
+  write_file(disk("8.60/Airfoils/edited.afl"), "my own wing\n");
+
+  const std::string cmd = "HOME='" + tmp.file("home") + "' '" + tmp.file("bin/zephyra-installer") +
+                          "' -path '" + disk("8.60/") + "' --console";
+  const std::string out =
+      sh("printf 'yes\\n1\\n' | script -qec \"" + cmd + "\" /dev/null; echo status=$?");
+  EXPECT_NE(out.find("Do you agree?"), std::string::npos) << out;
+  EXPECT_NE(out.find("but it appears you have modified this file. What to do?"), std::string::npos);
+  EXPECT_NE(out.find("1) OVERWRITE THE OLD FILE"), std::string::npos);
+  EXPECT_NE(out.find("5) CANCEL THE WHOLE INSTALLATION!"), std::string::npos);
+  EXPECT_NE(out.find("status=0"), std::string::npos) << out;
+  // Without an answer the file would have been kept.
+  EXPECT_EQ(read_file(disk("8.60/Airfoils/edited.afl")), "the user edits this one\n");
+}
+
 TEST_F(Console, AMirrorThatAnswers404HandsTheRunToAnother) {
   // The list is only on the bad mirror and the archives only on the good one,
   // so the run must fail on one and move to the other for both.
