@@ -125,8 +125,9 @@ void show(const stage_text& message, const stage_lines& lines, bool force) {
     say(message.text);
   }
   std::string joined;
+  // The end is told by the state message and the first line alike; once is enough.
   for (int i = 1; i < 4; ++i)
-    if (!texts[i].empty()) joined += texts[i] + "\n";
+    if (!texts[i].empty() && texts[i] != message.text) joined += texts[i] + "\n";
   // A failure shows at once and so does its end; the rest every few seconds.
   const bool flipped = stg.file_failed != scr.last_failed;
   scr.last_failed = stg.file_failed;
