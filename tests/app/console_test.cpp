@@ -271,6 +271,40 @@ TEST_F(Console, OnATerminalTheAgreementAndTheQuestionAreAsked) {
   EXPECT_EQ(read_file(disk("8.60/Airfoils/edited.afl")), "the user edits this one\n");
 }
 
+// No journal: a run killed while it writes a file is finished by the next.
+// Off until unpacking writes beside the target and renames it into place:
+// today the file cut short by the kill looks edited by hand and is kept.
+TEST_F(Console, DISABLED_ARunKilledWhileWritingAFileIsFinishedByTheNext) {
+  std::map<std::string, std::string> files = kFiles;
+  files["Resources/huge.dat"] = net_test::pattern_bytes(24 * 1000 * 1000, 7);
+  const std::string product = make_product("8.60", files);
+  publish("8.60", product);
+
+  const pid_t child = fork();
+  if (child == 0) {
+    setenv("HOME", tmp.file("home").c_str(), 1);
+    freopen("/dev/null", "w", stdout);
+    const std::string bin = tmp.file("bin/zephyra-installer"), folder = disk();
+    execl(bin.c_str(), bin.c_str(), "-path", folder.c_str(), "--console", "--agree",
+          static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  // Killed as soon as the large file appears, while it is being written.
+  const bool appeared = net_test::poll_until(
+      [&] { return net_test::exists(disk("Zephyra/Resources/huge.dat")); }, 20000);
+  kill(child, SIGKILL);
+  int w = 0;
+  waitpid(child, &w, 0);
+  ASSERT_TRUE(appeared);
+  ASSERT_TRUE(WIFSIGNALED(w));
+
+  const run_result r = run(disk(), "--agree");
+  EXPECT_EQ(r.status, console_done) << r.out;
+  // The name comes with the program file; when the killed run had installed
+  // it already, the next has no reason to rename.
+  expect_holds(net_test::exists(disk("8.60")) ? disk("8.60") : disk("Zephyra"), product);
+}
+
 TEST_F(Console, AMirrorThatAnswers404HandsTheRunToAnother) {
   // The list is only on the bad mirror and the archives only on the good one,
   // so the run must fail on one and move to the other for both.
