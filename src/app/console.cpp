@@ -36,7 +36,8 @@ const char* const kConsoleUsageText[] = {
     "The folder to install into or update; it must come first. Without it the",
     "remembered folder, or the program's own, is judged as at start.",
     "--console",
-    "Installs without a window: no display is needed. Progress is printed.",
+    "Installs without a window: no display is needed. Progress is printed, and",
+    "downloads wait in a folder of the run's own under $TMPDIR, or /tmp.",
     "--agree",
     "Accepts the agreement, which is printed; otherwise it is asked on a terminal.",
     "--changed=ask|keep|overwrite|cancel",
@@ -303,10 +304,11 @@ void print_plan(const work_plan& plan) {
 int remove_entry(const char* path, const struct stat*, int, FTW*) { return remove(path); }
 
 // Two console runs may share a machine; a folder of its own keeps their
-// lists and archives apart.
+// lists and archives apart. TMPDIR, when set, says where it goes.
 std::string private_temp;
 void make_private_temp() {
-  std::string tmpl = temp_path + "zephyra-XXXXXX";
+  const char* tmpdir = getenv("TMPDIR");
+  std::string tmpl = (tmpdir && *tmpdir ? std::string(tmpdir) + "/" : temp_path) + "zephyra-XXXXXX";
   std::vector<char> buf(tmpl.begin(), tmpl.end());
   buf.push_back(0);
   if (mkdtemp(buf.data())) {

@@ -109,7 +109,8 @@ class Console : public testing::Test {
 
   run_result run(const std::string& folder, const std::string& options) {
     run_result r;
-    FILE* p = popen(("HOME='" + tmp.file("home") + "' '" + tmp.file("bin/zephyra-installer") +
+    FILE* p = popen(("HOME='" + tmp.file("home") + "' TMPDIR='" + tmp.path + "' '" +
+                     tmp.file("bin/zephyra-installer") +
                      "' -path '" + folder + "' --console " + options + " </dev/null 2>&1")
                         .c_str(),
                     "r");
@@ -258,7 +259,8 @@ TEST_F(Console, OnATerminalTheAgreementAndTheQuestionAreAsked) {
   ASSERT_EQ(run(disk(), "--agree").status, console_done);
   write_file(disk("8.60/Airfoils/edited.afl"), "my own wing\n");
 
-  const std::string cmd = "HOME='" + tmp.file("home") + "' '" + tmp.file("bin/zephyra-installer") +
+  const std::string cmd = "HOME='" + tmp.file("home") + "' TMPDIR='" + tmp.path + "' '" +
+                          tmp.file("bin/zephyra-installer") +
                           "' -path '" + disk("8.60/") + "' --console";
   const std::string out =
       sh("printf 'yes\\n1\\n' | script -qec \"" + cmd + "\" /dev/null; echo status=$?");
@@ -283,6 +285,7 @@ TEST_F(Console, DISABLED_ARunKilledWhileWritingAFileIsFinishedByTheNext) {
   const pid_t child = fork();
   if (child == 0) {
     setenv("HOME", tmp.file("home").c_str(), 1);
+    setenv("TMPDIR", tmp.path.c_str(), 1);
     freopen("/dev/null", "w", stdout);
     const std::string bin = tmp.file("bin/zephyra-installer"), folder = disk();
     execl(bin.c_str(), bin.c_str(), "-path", folder.c_str(), "--console", "--agree",
