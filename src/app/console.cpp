@@ -34,7 +34,7 @@ const char* const kConsoleUsageText[] = {
     "                  [--verify] [--server=HOST]",
     "-path DIR",
     "The folder to install into or update; it must come first. Without it the",
-    "remembered folder, or the program's own, is judged as at start.",
+    "folder remembered from the last run is used (the first time, your home folder).",
     "--console",
     "Installs without a window: no display is needed. Progress is printed, and",
     "downloads wait in a folder of the run's own under $TMPDIR, or /tmp.",
@@ -332,6 +332,11 @@ int finish(int status, bool save) {
 bool parse_options(int argc, char const* const* argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string a = argv[i] ? argv[i] : "";
+    // Read only in first place, so anywhere else it would silently not count.
+    if (a == "-path" && i != 1) {
+      fprintf(stderr, "-path and its folder must come first.\n");
+      return false;
+    }
     if (a == "--agree") opt.agree = true;
     if (a == "--verify") opt.verify = true;
     if (a.rfind("--changed=", 0) == 0) {
