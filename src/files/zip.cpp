@@ -135,8 +135,13 @@ int unzip_file(void* zip, std::string path, const unz_file_info& info) {
   int err = read_member(zip, info, &data, &line);
   if (err == 0) {
     set_dir_chars(path);
-    delete_file(path);  // a link or read-only file in the way goes, never written through
-    FILE* f = fopen(path.c_str(), "wb");
+    // The member is written beside its place and renamed over it when whole,
+    // so a run killed part-way leaves the old file, never a cut-short one
+    // that the next run would take for the user's own edit. The rename
+    // replaces a link or read-only file in the way, never writes through it.
+    const std::string part = path + ".part";
+    delete_file(part);
+    FILE* f = fopen(part.c_str(), "wb");
     if (!f) {
       err = errno;
       line = __LINE__;
@@ -154,7 +159,7 @@ int unzip_file(void* zip, std::string path, const unz_file_info& info) {
       }
     }
     if (err == 0 && info.external_fa != 0) {
-      chmod(path.c_str(), (info.external_fa >> 16) & 0777);
+      chmod(part.c_str(), (info.external_fa >> 16) & 0777);
       time_t now = time(nullptr);
       struct tm when;
       localtime_r(&now, &when);
@@ -169,9 +174,14 @@ int unzip_file(void* zip, std::string path, const unz_file_info& info) {
       times[0].tv_sec = mktime(&when);
       times[0].tv_usec = 0;
       times[1] = times[0];
-      err = utimes(path.c_str(), times);
+      err = utimes(part.c_str(), times);
       if (err != 0) line = __LINE__;
     }
+    if (err == 0 && rename(part.c_str(), path.c_str()) != 0) {
+      err = errno ? errno : 5;
+      line = __LINE__;
+    }
+    if (err != 0) unlink(part.c_str());
   }
   free(data);
   if (err != 0) {
