@@ -226,8 +226,7 @@ void xmap_class::TXT_prv_scan() {
   while (more() && is_white(*mem_ptr)) ++mem_ptr;
 }
 
-int xmap_class::TXT_int_scan() {
-  skip_blanks();
+unsigned int xmap_class::scan_sign() {
   unsigned int sign = 1;
   if (peek() == '-') {
     ++mem_ptr;
@@ -238,6 +237,12 @@ int xmap_class::TXT_int_scan() {
     ++mem_ptr;
     sign = 1;
   }
+  return sign;
+}
+
+int xmap_class::TXT_int_scan() {
+  skip_blanks();
+  const unsigned int sign = scan_sign();
   if (!more() || is_blank(*mem_ptr)) return 0;
   return static_cast<int>(sign * digits(0, false));
 }
@@ -245,15 +250,7 @@ int xmap_class::TXT_int_scan() {
 int xmap_class::TXT_int_scan_stop(char stop) {
   const unsigned char s = static_cast<unsigned char>(stop);
   skip_blanks();
-  unsigned int sign = 1;
-  if (peek() == '-') {
-    ++mem_ptr;
-    sign = static_cast<unsigned int>(-1);
-  }
-  if (peek() == '+') {
-    ++mem_ptr;
-    sign = 1;
-  }
+  const unsigned int sign = scan_sign();
   if (!more()) return 0;
   const unsigned int value = digits(s, true);
   if (more() && *mem_ptr == s) ++mem_ptr;

@@ -58,6 +58,7 @@ class xmap_class {
   bool more() const;
   unsigned char peek() const;
   void skip_blanks();
+  unsigned int scan_sign();
   void drop();
   void store(std::string* out, const unsigned char* from) const;
   unsigned int digits(unsigned char stop, bool use_stop);
