@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -86,6 +87,15 @@ const unsigned char* xmap_class::retry(const std::string& path) {
   drop();
 
   const int fd = open(full.c_str(), O_RDONLY);
+  // A folder opens too, and on most file systems its "size" cannot be
+  // mapped; it is no file to read, so it reads as one that can't be opened
+  // rather than as a memory alert in the middle of a scan.
+  struct stat st;
+  if (fd >= 0 && (fstat(fd, &st) != 0 || S_ISDIR(st.st_mode))) {
+    close(fd);
+    file_id = 0;
+    return nullptr;
+  }
   if (fd < 0) {
     // The cursor keeps its value; with mem_end null every scan sees the end.
     file_id = 0;
