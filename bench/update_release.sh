@@ -1,0 +1,185 @@
+#!/usr/bin/env bash
+# An update of an installed 1 GB tree to a release in which 1% of the bytes
+# changed (a few dozen small files rewritten), from nginx on loopback, against
+# md5sum reading the same tree: the installer has to sign every file to know
+# what changed, so md5sum over a warm page cache is the floor.
+# Usage: update_release.sh BUILD
+set -euo pipefail
+
+BUILD=$(cd "${1:-build}" && pwd)
+NGINX=/usr/sbin/nginx
+REL_A=9.20r1
+REL_B=9.20r2
+for tool in "$NGINX" "$BUILD/zephyra-publish" "$BUILD/zephyra-installer"; do
+  [ -x "$tool" ] || { echo "missing $tool" >&2; exit 1; }
+done
+for tool in md5sum python3; do command -v $tool >/dev/null || { echo "missing $tool" >&2; exit 1; }; done
+
+WORK=$(mktemp -d /tmp/zephyra_update_release_XXXXXX)
+NGINX_PID=""
+cleanup() {
+  if [ -n "$NGINX_PID" ]; then kill "$NGINX_PID" 2>/dev/null || true; wait "$NGINX_PID" 2>/dev/null || true; fi
+  rm -rf "$WORK"
+}
+trap cleanup EXIT
+trap 'exit 130' INT TERM
+
+PRODUCT_A="$WORK/a/Zephyra"
+PRODUCT_B="$WORK/b/Zephyra"
+MIRROR="$WORK/mirror"
+
+# Six large incompressible files (768 MB) and about 2400 small ones (256 MB,
+# half text, half noise) in the four folders that mark a copy of the product.
+python3 - "$PRODUCT_A" <<'PY'
+import os, random, sys
+root = sys.argv[1]
+rnd = random.Random(1000)
+MB = 1 << 20
+for d in ("Airfoils", "Instructions", "Output", "Resources"):
+    os.makedirs(os.path.join(root, d), exist_ok=True)
+for i in range(6):
+    with open(os.path.join(root, "Resources", "pack%d.dat" % i), "wb") as f:
+        for _ in range(128):
+            f.write(os.urandom(MB))
+words = ["".join(rnd.choice("abcdefghijklmnopqrstuvwxyz") for _ in range(rnd.randint(2, 9))).encode()
+         for _ in range(4000)]
+text = b"\n".join(b" ".join(rnd.choice(words) for _ in range(12)) for _ in range(40000))
+total = 0
+n = 0
+while total < 256 * MB:
+    top = ("Airfoils", "Instructions", "Output", "Resources")[n % 4]
+    folder = os.path.join(root, top, "set%02d" % (n % 37))
+    os.makedirs(folder, exist_ok=True)
+    size = rnd.randint(2 * 1024, 210 * 1024)
+    if n % 2:
+        data = os.urandom(size)
+    else:
+        at = rnd.randint(0, len(text) - size)
+        data = text[at:at + size]
+    with open(os.path.join(folder, "item%05d.bin" % n), "wb") as f:
+        f.write(data)
+    total += size
+    n += 1
+PY
+TOTAL_MB=$(du -sm "$PRODUCT_A" | cut -f1)
+FILES=$(find "$PRODUCT_A" -type f | wc -l)
+
+"$BUILD/zephyra-publish" --product "$PRODUCT_A" --release "$REL_A" --out "$MIRROR" --quiet \
+  --mirror "mirror1.bench.example,/,Bench mirror"
+
+# nginx on a free loopback port; one catch-all server answers every host name.
+RUN="$WORK/nginx"
+mkdir -p "$RUN"
+PORT=""
+for _ in 1 2 3 4 5; do
+  port=$((20000 + RANDOM % 20000))
+  (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && continue
+  cat > "$RUN/nginx.conf" <<CONF
+daemon off;
+master_process off;
+$([ "$(id -u)" -eq 0 ] && echo "user root;")
+worker_processes 1;
+pid $RUN/nginx.pid;
+error_log $RUN/error.log;
+events { worker_connections 64; }
+http {
+  access_log off;
+  sendfile on;
+  client_body_temp_path $RUN/body;
+  proxy_temp_path $RUN/proxy;
+  fastcgi_temp_path $RUN/fastcgi;
+  uwsgi_temp_path $RUN/uwsgi;
+  scgi_temp_path $RUN/scgi;
+  server { listen 127.0.0.1:$port default_server; server_name _; root $MIRROR; }
+}
+CONF
+  "$NGINX" -p "$RUN/" -c "$RUN/nginx.conf" -e "$RUN/error.log" &
+  NGINX_PID=$!
+  for _ in $(seq 100); do
+    (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break
+    kill -0 "$NGINX_PID" 2>/dev/null || break
+    sleep 0.05
+  done
+  if (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; then PORT=$port; break; fi
+  kill "$NGINX_PID" 2>/dev/null || true; wait "$NGINX_PID" 2>/dev/null || true; NGINX_PID=""
+done
+[ -n "$PORT" ] || { echo "nginx did not start" >&2; cat "$RUN/error.log" >&2 || true; exit 1; }
+
+# A HOME of the run's own whose preferences send every request to nginx.
+HOME_DIR="$WORK/home"
+mkdir -p "$HOME_DIR/.zephyra" "$WORK/tmp" "$WORK/install"
+printf 'I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port %s\n_proxy_port_int %s\n' "$PORT" "$PORT" \
+  > "$HOME_DIR/.zephyra/Zephyra Installer.prf"
+
+now() { date +%s.%N; }
+elapsed() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", b - a }'; }
+run_installer() {
+  if ! HOME="$HOME_DIR" TMPDIR="$WORK/tmp" "$BUILD/zephyra-installer" -path "$1" --console --agree \
+      --changed=overwrite --server=www.bench.example </dev/null >"$WORK/installer.log" 2>&1; then
+    tail -20 "$WORK/installer.log" >&2; echo "the installer failed" >&2; exit 1
+  fi
+}
+# The installer adds the product's empty standard folders; anything else is a fault.
+same_tree() {
+  if diff -rq "$1" "$2" | grep -v "^Only in $2" >&2; then echo "$2 differs from $1" >&2; exit 1; fi
+}
+
+run_installer "$WORK/install/"
+INSTALLED="$WORK/install/Zephyra"
+[ -d "$INSTALLED" ] || INSTALLED="$WORK/install/$REL_A"
+same_tree "$PRODUCT_A" "$INSTALLED"
+
+# Release B: A's files hard-linked, then small files rewritten (never edited
+# through the link, so A stays whole) until 1% of the bytes changed.
+mkdir -p "$WORK/b"
+cp -al "$PRODUCT_A" "$PRODUCT_B"
+CHANGED=$(python3 - "$PRODUCT_B" <<'PY'
+import os, random, sys
+root = sys.argv[1]
+rnd = random.Random(2000)
+paths = []
+total = 0
+for d, _, names in os.walk(root):
+    for n in names:
+        p = os.path.join(d, n)
+        total += os.path.getsize(p)
+        if n.startswith("item"):
+            paths.append(p)
+paths.sort()
+rnd.shuffle(paths)
+changed = files = 0
+for p in paths:
+    if changed >= total // 100:
+        break
+    size = os.path.getsize(p)
+    os.unlink(p)
+    with open(p, "wb") as f:
+        f.write(os.urandom(size))
+    changed += size
+    files += 1
+print("%d files, %.1f MB" % (files, changed / (1 << 20)))
+PY
+)
+"$BUILD/zephyra-publish" --product "$PRODUCT_B" --release "$REL_B" --out "$MIRROR" --quiet \
+  --previous "$MIRROR/$REL_A/directory.txt.zip" --mirror "mirror1.bench.example,/,Bench mirror"
+
+# Both timings over a warm page cache.
+find "$INSTALLED" -type f -print0 | xargs -0 cat >/dev/null
+sync
+t0=$(now)
+run_installer "$INSTALLED"
+t1=$(now)
+T_OURS=$(elapsed "$t0" "$t1")
+[ -d "$INSTALLED" ] || INSTALLED="$WORK/install/$REL_B"
+same_tree "$PRODUCT_B" "$INSTALLED"
+
+t0=$(now)
+find "$INSTALLED" -type f -print0 | xargs -0 md5sum >/dev/null
+t1=$(now)
+T_MD5=$(elapsed "$t0" "$t1")
+
+RATIO=$(awk -v a="$T_MD5" -v b="$T_OURS" 'BEGIN { printf "%.2f", a / b }')
+echo "tree: $TOTAL_MB MB in $FILES files; changed: $CHANGED"
+printf 'installer update  %8s s\n' "$T_OURS"
+printf 'md5sum of tree    %8s s\n' "$T_MD5"
+printf 'ratio (md5sum time / update time) %s\n' "$RATIO"
