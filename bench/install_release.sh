@@ -29,37 +29,7 @@ MIRROR="$WORK/mirror"
 # Four large incompressible files (304 MB) and about 1900 small ones
 # (about 200 MB, half text that deflates, half noise) in the four folders
 # that mark a copy of the product.
-python3 - "$PRODUCT" <<'PY'
-import os, random, sys
-root = sys.argv[1]
-rnd = random.Random(500)
-MB = 1 << 20
-for d in ("Airfoils", "Instructions", "Output", "Resources"):
-    os.makedirs(os.path.join(root, d), exist_ok=True)
-for i, size in enumerate((112, 96, 56, 40)):
-    with open(os.path.join(root, "Resources", "pack%d.dat" % i), "wb") as f:
-        for _ in range(size):
-            f.write(os.urandom(MB))
-words = ["".join(rnd.choice("abcdefghijklmnopqrstuvwxyz") for _ in range(rnd.randint(2, 9))).encode()
-         for _ in range(4000)]
-text = b"\n".join(b" ".join(rnd.choice(words) for _ in range(12)) for _ in range(40000))
-total = 0
-n = 0
-while total < 200 * MB:
-    top = ("Airfoils", "Instructions", "Output", "Resources")[n % 4]
-    folder = os.path.join(root, top, "set%02d" % (n % 37))
-    os.makedirs(folder, exist_ok=True)
-    size = rnd.randint(2 * 1024, 210 * 1024)
-    if n % 2:
-        data = os.urandom(size)
-    else:
-        at = rnd.randint(0, len(text) - size)
-        data = text[at:at + size]
-    with open(os.path.join(folder, "item%05d.bin" % n), "wb") as f:
-        f.write(data)
-    total += size
-    n += 1
-PY
+python3 "$(dirname "$0")/lib/make_product.py" "$PRODUCT" 500 112,96,56,40 200
 TOTAL_MB=$(du -sm "$PRODUCT" | cut -f1)
 FILES=$(find "$PRODUCT" -type f | wc -l)
 LARGEST=$(find "$PRODUCT" -type f -printf '%s\n' | sort -n | tail -1)

@@ -30,37 +30,7 @@ MIRROR="$WORK/mirror"
 
 # Six large incompressible files (768 MB) and about 2400 small ones (256 MB,
 # half text, half noise) in the four folders that mark a copy of the product.
-python3 - "$PRODUCT_A" <<'PY'
-import os, random, sys
-root = sys.argv[1]
-rnd = random.Random(1000)
-MB = 1 << 20
-for d in ("Airfoils", "Instructions", "Output", "Resources"):
-    os.makedirs(os.path.join(root, d), exist_ok=True)
-for i in range(6):
-    with open(os.path.join(root, "Resources", "pack%d.dat" % i), "wb") as f:
-        for _ in range(128):
-            f.write(os.urandom(MB))
-words = ["".join(rnd.choice("abcdefghijklmnopqrstuvwxyz") for _ in range(rnd.randint(2, 9))).encode()
-         for _ in range(4000)]
-text = b"\n".join(b" ".join(rnd.choice(words) for _ in range(12)) for _ in range(40000))
-total = 0
-n = 0
-while total < 256 * MB:
-    top = ("Airfoils", "Instructions", "Output", "Resources")[n % 4]
-    folder = os.path.join(root, top, "set%02d" % (n % 37))
-    os.makedirs(folder, exist_ok=True)
-    size = rnd.randint(2 * 1024, 210 * 1024)
-    if n % 2:
-        data = os.urandom(size)
-    else:
-        at = rnd.randint(0, len(text) - size)
-        data = text[at:at + size]
-    with open(os.path.join(folder, "item%05d.bin" % n), "wb") as f:
-        f.write(data)
-    total += size
-    n += 1
-PY
+python3 "$(dirname "$0")/lib/make_product.py" "$PRODUCT_A" 1000 128,128,128,128,128,128 256
 TOTAL_MB=$(du -sm "$PRODUCT_A" | cut -f1)
 FILES=$(find "$PRODUCT_A" -type f | wc -l)
 
