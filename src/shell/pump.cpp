@@ -281,20 +281,7 @@ void MACIBM_handleclick(int force) {
       if (shell_hooks.zap_boxes) shell_hooks.zap_boxes(1);
       swap_buffers();
       return_hit = 0;
-      plot_init_lights = 1;
-      if (shell_hooks.viewport_2d) shell_hooks.viewport_2d();
-      stl_input.clear();
-      mnw.win_dx = static_cast<float>(mnw.x_res);
-      mnw.win_dy = static_cast<float>(mnw.y_res);
-      mnw.subwin_on = 0;
-      mnw.win_now = 0;
-      mnw.text_focus = -1;
-      mnw.menu_open = -1;
-      MACIBM_centre(mnw.win_dx, mnw.win_dy, &mnw.win_x, &mnw.win_y);
-      mnw.mouse_down = 0;
-      mnw.mouse_click = 0;
-      mnw.scroll_delta = 0;
-      MACIBM_empty_popup_box();
+      MACIBM_startwind(0);  // the main screen again, the press used up
       return;
     }
   } else if (!mnw.subwin_on) {
