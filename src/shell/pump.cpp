@@ -8,6 +8,7 @@
 #include <deque>
 
 #include "shell/clock.h"
+#include "shell/glprobe.h"
 #include "shell/hooks.h"
 #include "shell/menus.h"
 #include "shell/window.h"
@@ -194,14 +195,21 @@ void update_cursor(float t) {
   }
 }
 
-void swap_buffers() {
-  if (shell_hooks.swap_buffers)
-    shell_hooks.swap_buffers();
-  else if (dpy && win && cx)
-    glXSwapBuffers(dpy, win);
-}
-
 }  // namespace
+
+void OGL_sbuf() {
+  if (shell_hooks.swap_buffers) {
+    shell_hooks.swap_buffers();
+    return;
+  }
+  if (!(dpy && win && cx)) return;
+  // The next frame starts from a plain colour: white, or green in mono.
+  if (ren.mono)
+    glColor4f(0, 1, 0, ren.alpha);
+  else
+    glColor4f(1, 1, 1, ren.alpha);
+  glXSwapBuffers(dpy, win);
+}
 
 long PUMP_frame_wait_us() {
   if (mnw.win_now == 995) return 160000;
@@ -266,7 +274,7 @@ void MACIBM_event_proc() {
   if (mnw.menu_open != -1 && shell_hooks.draw_menus) shell_hooks.draw_menus();
   draw_help(t);
   update_cursor(t);
-  swap_buffers();
+  OGL_sbuf();
   ++xtim.frame_count;
 }
 
@@ -279,7 +287,7 @@ void MACIBM_handleclick(int force) {
     const bool in_corner_y = y >= mnw.win_dy - 20 && y <= mnw.win_dy;
     if (force || (in_corner_x && in_corner_y)) {
       if (shell_hooks.zap_boxes) shell_hooks.zap_boxes(1);
-      swap_buffers();
+      OGL_sbuf();
       return_hit = 0;
       MACIBM_startwind(0);  // the main screen again, the press used up
       return;

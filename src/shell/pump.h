@@ -4,6 +4,9 @@
 #pragma once
 
 void MACIBM_event_proc();
+// Shows the back buffer: what a frame, or a screen that paints outside the
+// frame loop, has drawn.
+void OGL_sbuf();
 // Sees a press before any widget: close corners of a sub-window and menus.
 void MACIBM_handleclick(int force);
 

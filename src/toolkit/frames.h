@@ -1,0 +1,42 @@
+// Widget frames and hit boxes of the immediate-mode toolkit: strips and panels
+// cut from the interface sheet and tiled, never stretched; label rules; the
+// help text. A control is a call that draws and tests the mouse in one go.
+#pragma once
+#include <string>
+#include <vector>
+
+// Whether the pointer lies in the box, edges included (sub-window coordinates).
+bool BTN_mouse_in(float x1, float y1, float x2, float y2);
+// A click on this frame inside the box, with no menu open.
+bool BTN_clicked_in(float x1, float y1, float x2, float y2);
+// Copies help to this frame's help string when the pointer is in the box and no menu is open.
+void BTN_offer_help(float x1, float y1, float x2, float y2, const std::string& help);
+
+// One quad of the interface sheet around a centre: source (s, t) of size
+// 2 half_w by 2 half_h, in colour slot col.
+void BTN_util_element(float cx, float cy, float half_w, float half_h, float s, float t, int col);
+void BTN_frame0(int type, float x, float y, float h);
+void BTN_frame1(int type, float cx, float cy, float w, int col);
+void BTN_frame2(int type, float x, float y, float w, float h, const std::string& title);
+void BTN_subwin(float top_space, int type, float x, float y, float w, float h,
+                const std::string& title, float* next_x, float* next_y);
+void BTN_fillwin(int title_type, int fill_type);
+// Draws the two close corners; 1 on a click in either.
+int BTN_zap_boxes(int open);
+void BTN_expand_label(const std::string& label, std::string* left, std::string* right,
+                      std::string* help);
+void BTN_util_draw_label(float x, float y, int align, const std::string& text, int pressed);
+// How a label of over 12 characters is split: the two lines (second empty
+// when it stays on one).
+void BTN_split_label(const std::string& text, std::string* top, std::string* bottom);
+
+// The tool-tip panel, lower left (x, y), text height h; the pump calls it.
+void BTN_draw_help(float x, float y, float h, const std::string& text);
+
+// Where a BTN_frame1 strip's quads go, without GL: for tests. Each quad is
+// screen x, width, and the source s, width in pixels of the sheet.
+struct strip_quad {
+  float x, w, s, ds;
+};
+// Returns false for a type with no strip.
+bool BTN_frame1_layout(int type, float cx, float w, std::vector<strip_quad>* out);
