@@ -50,6 +50,7 @@ double ms_per_frame(int frames, const std::string& line) {
 
 int main(int argc, char** argv) {
   const int frames = argc > 1 ? atoi(argv[1]) : 200;
+  MACIBM_setres(1);
   if (!LIN_open_display() || !MACIBM_make_context(0)) {
     fprintf(stderr, "toolkit_draw: no X display with OpenGL (set DISPLAY)\n");
     return 1;
