@@ -37,5 +37,8 @@ extern float ren_light_value_2[3];
 void colr_read_palette(const unsigned char* rgba, int width, int height);
 // The five blinking slots for a pulse p (0.7 + 0.3 sin(20 t)).
 void colr_set_blink(float p);
+// The seven-stop scale (black, red, orange, yellow, green, blue, violet) at
+// f clamped to 0..1, with the mono rule applied: what OGL_spectrum_rgb sends.
+void colr_spectrum_value(float f, float out[3]);
 // Sets the current GL colour from the seven-stop scale; f clamped to 0..1.
 void OGL_spectrum_rgb(float f);
