@@ -39,8 +39,58 @@ enum {
   glyph_baseline = 2,
 };
 
+// The byte in each cell of the glyph grid, row 0 (the lowest) first, column 0
+// first. Cell (0, 0) is the blank, where every byte without a cell falls too.
+inline constexpr unsigned char glyph_grid[glyph_rows][glyph_cols] = {
+    {' ', '0', '1', '2', '3', '4', '5', '6', '7', '8', '9',
+     'A', 'a', 'B', 'b', 'C', 'c', 'D', 'd', 'E', 'e'},
+    {'F', 'f', 'G', 'g', 'H', 'h', 'I', 'i', 'J', 'j', 'K',
+     'k', 'L', 'l', 'M', 'm', 'N', 'n', 'O', 'o', 'P'},
+    {'p', 'Q', 'q', 'R', 'r', 'S', 's', 'T', 't', 'U', 'u',
+     'V', 'v', 'W', 'w', 'X', 'x', 'Y', 'y', 'Z', 'z'},
+    {'!', '@', '#', '$', '%', '^', '&', '*', '(', ')', '-',
+     '_', '+', '=', '[', ']', '|', '\\', '\'', ':', ';'},
+    {'<', '.', '>', ',', '?', '/', '`', 0xFB, 0xC1, 0xE1, 0xC9,
+     0xE9, 0xCD, 0xED, 0xD3, 0xF3, 0xDA, 0xFA, 0xD1, 0xF1, 0xBF},
+};
+
+// Advance of the proportional charset in pixels; 0 for a byte with no cell.
+// A glyph's ink stays within its advance (and its 8-pixel cell).
+constexpr int glyph_advance(unsigned char c) {
+  switch (c) {
+    case ',': case '.':
+      return 2;
+    case '!': case '\'': case ':': case ';': case 'I': case '`': case 'i': case 'l': case 0xFB:
+      return 3;
+    case ' ': case '(': case ')': case '*': case '[': case ']': case 'f': case 'r': case 't':
+    case '|':
+      return 4;
+    case '$': case '/': case '?': case 'E': case 'F': case 'J': case 'L': case 'S': case 'c':
+    case 'j': case 'k': case 's':
+      return 5;
+    case '<': case '>': case 'A': case 'C': case 'D': case 'G': case 'H': case 'N': case 'T':
+    case 'U': case 'V': case 'X': case 'Y':
+      return 7;
+    case '#': case '%': case '&': case 'O': case 'Q': case 'm': case 'w':
+      return 8;
+    case '@': case 'M': case 'W':
+      return 9;
+    case '+': case '-': case '=': case 'B': case 'K': case 'P': case 'R': case 'Z': case '\\':
+    case '^': case '_': case 'a': case 'b': case 'd': case 'e': case 'g': case 'h': case 'n':
+    case 'o': case 'p': case 'q': case 'u': case 'v': case 'x': case 'y': case 'z': case 0xBF:
+    case 0xC1: case 0xC9: case 0xCD: case 0xD1: case 0xD3: case 0xDA: case 0xE1: case 0xE9:
+    case 0xED: case 0xF1: case 0xF3: case 0xFA:
+      return 6;
+    default:
+      return c >= '0' && c <= '9' ? 6 : 0;
+  }
+}
+
 // Horizontal strips of BTN_frame1: left cap [s, s+cap), body [s+cap, s+body_end)
 // tiled, right cap [s+body_end, s+total); rows t to t + height.
+// The menu and title bars (487 + 26) reach one row past the sheet's top; the
+// texture repeats, so that row reads the sheet's bottom row, which is kept
+// transparent, and both strips are drawn with an empty top row.
 struct strip_source {
   int type, s, t, cap, body_end, total, height;
 };
