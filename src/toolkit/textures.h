@@ -48,6 +48,7 @@ struct ref_dat_struct {
   int format = 0;
   int state = 0;
   int use_count = -1;
+  int flags = 0;                  // load flags of the last upload
 };
 
 struct tex_load_vars {
@@ -73,6 +74,8 @@ class tman_class {
   int load_bitmap(tex_fail_mode mode, int ref, int flags, const std::string& name);
   int load_instrument(tex_fail_mode mode, int ref, int flags, const std::string& name);
 
+  // env 0 is GL_MODULATE. Binds nothing when the unit's binding and mode
+  // already match (unless ogl_cache_bypass), or with no GL context.
   void bind_ref(int ref, int unit, int env);
   void reset_bind();
   void unload_texture(int ref);
@@ -81,6 +84,8 @@ class tman_class {
   float scale_rat();
   int total_texes();
   int loaded_texes();
+  void start_use_tex(int ref);
+  void stop_use_tex(int ref);
 
   bool has_scene_load_fail() const { return scene_fail; }
   bool has_plane_load_fail() const { return plane_fail; }
@@ -109,6 +114,9 @@ class tman_class {
   unsigned char chroma_key[4] = {0, 0, 0, 0};
 
  private:
+  // Steps common to the entry points: checks, table growth, the name table.
+  int load_named(tex_fail_mode mode, int load_type, int ref, int flags, tex_load_time when,
+                 const std::string& name);
   bool scene_fail = false, plane_fail = false, instl_fail = false;
   bool scene_mute = false, plane_mute = false, instl_mute = false;
 };
@@ -117,15 +125,24 @@ extern tman_class tman;
 // The texture size for an image of dx by dy: the scale by tex_res and the
 // flags, kept at one pixel or more, halved past maxtexdim, rounded up to a
 // power of 2 no larger than 1024. Load types other than -100 scale by 1.
-// `force` acts as flag 128. Returns the scale.
+// `force` acts as flag 128. Returns the scale; scaled_dx, _dy (optional) get
+// the picture's own size at that scale, which never exceeds the texture.
 float get_scale(const std::string& name, int load_type, int flags, int dx, int dy, int tex_res,
-                int maxtexdim, int force, int* out_dx, int* out_dy);
+                int maxtexdim, int force, int* out_dx, int* out_dy, int* scaled_dx = nullptr,
+                int* scaled_dy = nullptr);
 
 // The loaders fill scratch_array (rows bottom up) and set scratch_dx, _dy;
-// `bytes` is 3 or 4 a pixel. They return 1 on success, 0 otherwise.
-int load_png_into_scratch(const std::string& name, int bytes);
-int load_bmp_into_scratch(const std::string& name, int bytes);
-int load_buf_into_scratch(int* dx, int* dy);
+// `bytes` is 1, 3 or 4 a pixel. A picture larger than max_dx by max_dy is
+// box-averaged down to fit. They return 1 on success, 0 otherwise.
+int load_png_into_scratch(const std::string& name, int bytes, int max_dx = 1024,
+                          int max_dy = 1024);
+int load_bmp_into_scratch(const std::string& name, int bytes, int max_dx = 1024,
+                          int max_dy = 1024);
+// Lays the scratch picture (scratch_dx by scratch_dy, v->bytes a pixel) into
+// its texture in scratch_array_temp: scaled by get_scale, at the lower left,
+// transparent beyond; scratch_array itself is left as it is. Fills v's sizes
+// and pixels. 1 on success.
+int load_buf_into_scratch(tex_load_vars* v);
 // Writes scratch_array (rows bottom up) as a picture; 1 on success.
 int write_png_to_disk(const std::string& name, int dx, int dy, int bytes);
 int write_bmp_to_disk(const std::string& name, int dx, int dy, int bytes);
