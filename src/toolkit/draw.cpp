@@ -185,11 +185,12 @@ void OGL_fillrect(int col, float alpha, float x, float y, float w, float h) {
   OGL_set_colour(col, alpha);
   x = px(x);
   y = py(y);
+  // Clockwise: the context culls with GL_CW as the front face.
   glBegin(GL_QUADS);
   glVertex2f(x, y);
-  glVertex2f(x + w, y);
-  glVertex2f(x + w, y + h);
   glVertex2f(x, y + h);
+  glVertex2f(x + w, y + h);
+  glVertex2f(x + w, y);
   glEnd();
 }
 
@@ -278,8 +279,9 @@ void OGL_2dquad(int tex, int col, float alpha, float x1, float y1, float s1, flo
 
 void OGL_2dquad_d(int tex, int col, float alpha, float x, float y, float s, float t, float w,
                   float h, float ds, float dt, int alpha_code) {
-  OGL_2dquad(tex, col, alpha, x, y, s, t, x + w, y, s + ds, t, x + w, y + h, s + ds, t + dt, x,
-             y + h, s, t + dt, 1, alpha_code);
+  // Clockwise, as the context's front face.
+  OGL_2dquad(tex, col, alpha, x, y, s, t, x, y + h, s, t + dt, x + w, y + h, s + ds, t + dt,
+             x + w, y, s + ds, t, 1, alpha_code);
 }
 
 void OGL_plot_back_col() {

@@ -47,7 +47,8 @@ void OGL_fillcircle(int col, float x, float y, float r);
 void OGL_framecircle(int col, float x, float y, float r);
 void OGL_arc(int col, float x, float y, float r_in, float r_out, float a1, float a2);
 void OGL_grayrect(float x1, float y1, float x2, float y2, float alpha);
-// A textured quad with four free corners (x, y, s, t each), in the order given;
+// A textured quad with four free corners (x, y, s, t each), in the order given,
+// which must run clockwise on the screen (the context culls the other face);
 // s and t in texture units 0..1. tex 0 or less binds nothing.
 void OGL_2dquad(int tex, int col, float alpha, float x1, float y1, float s1, float t1, float x2,
                 float y2, float s2, float t2, float x3, float y3, float s3, float t3, float x4,

@@ -1,0 +1,268 @@
+// The colour table and the colour resolve, and the screen metrics: all
+// without a display.
+#include <gtest/gtest.h>
+
+#include <GL/glx.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "files/mnw.h"
+#include "shell/glprobe.h"
+#include "shell/window.h"
+#include "support.h"
+#include "toolkit/colours.h"
+#include "toolkit/draw.h"
+#include "toolkit/sheet.h"
+
+namespace {
+
+// Restores what a test changes in the shared records.
+class Colours : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    saved_colr = new colr_class(colr);
+    saved_ren_alpha = ren.alpha;
+    saved_ren_mono = ren.mono;
+  }
+  void TearDown() override {
+    colr = *saved_colr;
+    delete saved_colr;
+    ren.alpha = saved_ren_alpha;
+    ren.mono = saved_ren_mono;
+  }
+  colr_class* saved_colr = nullptr;
+  float saved_ren_alpha = 1;
+  int saved_ren_mono = 0;
+};
+
+std::vector<float> resolve(int col, float a) {
+  float c[4];
+  OGL_resolve_colour(col, a, c);
+  return {c[0], c[1], c[2], c[3]};
+}
+
+void expect_rgb(int slot, float r, float g, float b) {
+  EXPECT_NEAR(r, colr.col[slot][0], 1e-5) << "slot " << slot;
+  EXPECT_NEAR(g, colr.col[slot][1], 1e-5) << "slot " << slot;
+  EXPECT_NEAR(b, colr.col[slot][2], 1e-5) << "slot " << slot;
+}
+
+// A 512 by 512 picture of noise whose palette column carries bytes made
+// from seed; row 0 first, as scratch_array holds it.
+std::vector<unsigned char> noise_picture(unsigned seed) {
+  std::vector<unsigned char> px(512 * 512 * 4);
+  unsigned v = seed * 2654435761u + 1;
+  for (auto& b : px) {
+    v = v * 1103515245u + 12345u;
+    b = static_cast<unsigned char>(v >> 16);
+  }
+  return px;
+}
+
+const unsigned char* pixel(const std::vector<unsigned char>& px, int row, int column) {
+  return &px[(row * 512 + column) * 4];
+}
+
+TEST_F(Colours, LitTintsOnlyTheSlotsBelow45AndMonoFoldsIntoGreen) {
+  colr.assign(44, 0.8f, 0.6f, 0.4f);
+  colr.assign(45, 0.8f, 0.6f, 0.4f);
+  colr.lit[0] = 0.5f;
+  colr.lit[1] = 0.25f;
+  colr.lit[2] = 1.0f;
+  std::vector<float> tinted = resolve(44, 1), plain = resolve(45, 1);
+  EXPECT_NEAR(0.4f, tinted[0], 1e-6);
+  EXPECT_NEAR(0.15f, tinted[1], 1e-6);
+  EXPECT_NEAR(0.4f, tinted[2], 1e-6);
+  EXPECT_EQ((std::vector<float>{0.8f, 0.6f, 0.4f, 1}), plain);
+
+  // Mono: the sum in green, clamped to 0.01..1, after the tint.
+  ren.mono = 1;
+  colr.lit[0] = colr.lit[1] = colr.lit[2] = 1;
+  EXPECT_EQ((std::vector<float>{0, 1, 0, 1}), resolve(45, 1));
+  colr.assign(46, 0.1f, 0.2f, 0.3f);
+  EXPECT_NEAR(0.6f, resolve(46, 1)[1], 1e-6);
+  colr.assign(46, 0, 0, 0);
+  EXPECT_NEAR(0.01f, resolve(46, 1)[1], 1e-6);
+  EXPECT_EQ(0, resolve(46, 1)[0]);
+  EXPECT_EQ(0, resolve(46, 1)[2]);
+  ren.mono = 0;
+
+  // The global alpha scales every colour's own.
+  ren.alpha = 0.5f;
+  EXPECT_NEAR(0.25f, resolve(45, 0.5f)[3], 1e-6);
+}
+
+TEST_F(Colours, InterfaceLightIsRaisedToAtLeastThreeQuarters) {
+  colr.lit[0] = 0.9f;
+  colr.lit[1] = 0.2f;
+  colr.lit[2] = 0.8f;
+  colr.set_lites_for_interface();
+  EXPECT_EQ((std::vector<float>{0.9f, 0.75f, 0.8f}),
+            (std::vector<float>{colr.lit[0], colr.lit[1], colr.lit[2]}));
+}
+
+TEST_F(Colours, SlotsFromThePaletteColumnAndSlot38HalfWayBetween37And40) {
+  for (unsigned seed = 1; seed <= 4; ++seed) {
+    std::vector<unsigned char> px = noise_picture(seed);
+    colr_read_palette(px.data(), 512, 512);
+    for (const auto& cell : palette_cells) {
+      const unsigned char* p = pixel(px, cell.row, cell.column);
+      expect_rgb(cell.slot, p[0] / 255.0f, p[1] / 255.0f, p[2] / 255.0f);
+    }
+    for (int c = 0; c < 3; ++c)
+      EXPECT_NEAR((colr.col[37][c] + colr.col[40][c]) / 2, colr.col[38][c], 1e-6);
+  }
+}
+
+TEST_F(Colours, ThePictureOfTheListedBytesGivesTheListedSlots) {
+  // A picture with the listed palette column on flat grey, and a decoy where
+  // a top-down reading of the rows would look.
+  std::vector<unsigned char> px(512 * 512 * 4, 128);
+  for (const auto& cell : palette_cells) {
+    unsigned char* p = &px[(cell.row * 512 + cell.column) * 4];
+    p[0] = cell.r;
+    p[1] = cell.g;
+    p[2] = cell.b;
+    unsigned char* decoy = &px[((511 - cell.row) * 512 + cell.column) * 4];
+    decoy[0] = decoy[1] = decoy[2] = 7;
+  }
+  colr_read_palette(px.data(), 512, 512);
+  expect_rgb(33, 51 / 255.0f, 67 / 255.0f, 86 / 255.0f);
+  expect_rgb(43, 220 / 255.0f, 220 / 255.0f, 220 / 255.0f);
+  expect_rgb(46, 127 / 255.0f, 220 / 255.0f, 175 / 255.0f);
+  expect_rgb(38, 134 / 255.0f, 141 / 255.0f, 149.5f / 255.0f);
+  // The others keep their constants.
+  expect_rgb(48, 1, 1, 1);
+  expect_rgb(12, 0, 0, 0);
+}
+
+TEST_F(Colours, LightSlotByKindAndABadKindEndsTheProcess) {
+  colr.lit[0] = 0.2f;
+  colr.lit[1] = 0.9f;
+  colr.lit[2] = 0.5f;
+  const float saved[3] = {ren_light_value[0], ren_light_value[1], ren_light_value[2]};
+  ren_light_value[0] = 0.6f;
+  ren_light_value[1] = 0.3f;
+  ren_light_value[2] = 0.5f;
+  colr.set_lit_col(0);
+  expect_rgb(47, 0.6f, 0.9f, 0.5f);
+  colr.set_lit_col(1);
+  expect_rgb(47, 0.6f, 0.3f, 0.5f);
+  for (int c = 0; c < 3; ++c) ren_light_value[c] = saved[c];
+
+  child_result r = run_in_child([] {
+    colr.set_lit_col(3);
+    return 0;
+  });
+  EXPECT_NE(0, r.exit_code);
+  EXPECT_NE(std::string::npos, r.out.find("bad col_type!")) << r.out;
+}
+
+TEST_F(Colours, SpectraInterpolateBetweenTheirStops) {
+  colr.spectrum_init(0);
+  auto entry = [](int i) {
+    return std::vector<float>{colr.spectrum[i][0], colr.spectrum[i][1], colr.spectrum[i][2]};
+  };
+  EXPECT_EQ((std::vector<float>{1, 0, 0}), entry(0));
+  const std::vector<float> half = entry(100);   // half-way red to orange
+  EXPECT_NEAR(0.16f, half[1], 1e-4);
+  EXPECT_NEAR(0.04f, half[2], 1e-4);
+  EXPECT_NEAR(1, entry(400)[1], 1e-4);   // green
+  EXPECT_NEAR(0.8f, entry(999)[0], 0.01f);   // almost violet
+  colr.spectrum_init(2);
+  EXPECT_NEAR(0.999f, entry(999)[1], 1e-5);
+  EXPECT_EQ(0, entry(999)[0] + entry(999)[2]);
+  EXPECT_NEAR(0.5f, entry(500)[1], 1e-5);
+
+  // The plotted scale: black at 0, red at one sixth, clamped outside 0..1.
+  float c[3];
+  colr_spectrum_value(-1, c);
+  EXPECT_EQ((std::vector<float>{0, 0, 0}), (std::vector<float>{c[0], c[1], c[2]}));
+  colr_spectrum_value(1.0f / 12, c);
+  EXPECT_NEAR(0.5f, c[0], 1e-5);
+  colr_spectrum_value(3, c);
+  EXPECT_NEAR(0.8f, c[0], 1e-5);
+  EXPECT_NEAR(0.8f, c[2], 1e-5);
+  ren.mono = 1;
+  colr_spectrum_value(3, c);
+  EXPECT_EQ((std::vector<float>{0, 1, 0}), (std::vector<float>{c[0], c[1], c[2]}));
+}
+
+TEST(PixSpecs, MetricsFollowTheWindowSize) {
+  struct size_case {
+    int x, y;
+    float upscale, left, top, cx;
+  };
+  const size_case cases[] = {
+      {1024, 768, 1, 0, 0, 512},
+      {1280, 1024, 1.25f, 128, 256, 640},
+      {2048, 1536, 2, 512, 768, 1024},
+      {800, 600, 1, -112, -168, 400},
+  };
+  const mnw_struct saved = mnw;
+  for (const auto& c : cases) {
+    mnw.x_res = c.x;
+    mnw.y_res = c.y;
+    mnw.win_now = -1;
+    OGL_pix_specs(0);
+    EXPECT_EQ((std::vector<float>{c.upscale, c.left, c.top, c.cx, 384, 0, 0, float(c.x),
+                                  float(c.y), 1}),
+              (std::vector<float>{mnw.ui_upscale, mnw.ui_left, mnw.ui_top, mnw.scr_cx,
+                                  mnw.scr_cy, mnw.ortho_l, mnw.ortho_b, mnw.ortho_r,
+                                  mnw.ortho_t, mnw.pix_scale}))
+        << c.x << "x" << c.y;
+  }
+  mnw = saved;
+}
+
+TEST(NoContext, DrawingCallsDoNothingAndDontCrash) {
+  // Another test of this program may have made a context: put it aside.
+  Display* d = glXGetCurrentDisplay();
+  GLXDrawable w = glXGetCurrentDrawable();
+  GLXContext c = glXGetCurrentContext();
+  if (c) glXMakeCurrent(d, None, nullptr);
+  ASSERT_FALSE(OGL_live());
+
+  const std::string dir = make_temp_dir();
+  char old_cwd[4096];
+  ASSERT_NE(nullptr, getcwd(old_cwd, sizeof old_cwd));
+  ASSERT_EQ(0, chdir(dir.c_str()));
+
+  int before[7], after[7];
+  OGL_cached_state(before);
+  OGL_setstate(0, 3, 2, 7, 8, 10);
+  OGL_cached_state(after);
+  EXPECT_EQ(std::vector<int>(before, before + 7), std::vector<int>(after, after + 7));
+  OGL_set_colour(3, 0.5f);
+  OGL_viewport_2d();
+  OGL_scissors(0, 0, 10, 10);
+  OGL_scissors_end();
+  OGL_fillrect(3, 1, 0, 0, 10, 10);
+  OGL_framerect(3, 1, 0, 0, 10, 10);
+  OGL_line(3, 1, 0, 0, 10, 10);
+  OGL_fillcircle(3, 50, 50, 10);
+  OGL_framecircle(3, 50, 50, 10);
+  OGL_arc(3, 50, 50, 5, 10, 0, 90);
+  OGL_grayrect(0, 0, 10, 10, 0.5f);
+  // With a context these would bind texture references through tman.
+  OGL_2dquad(375, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 1, 1, 1, 1, 0, 1, 0, 1, 1, 5);
+  OGL_2dquad_d(375, 0, 1, 0, 0, 0, 0, 10, 10, 1, 1, 5);
+  OGL_plot_back_col();
+  OGL_plot_back_tex();
+  OGL_glow_colors();
+  OGL_nrml_colors();
+  OGL_poly_offset(2);
+  OGL_setspec(0.5f);
+  OGL_spectrum_rgb(0.5f);
+  OGL_screenshot(1);
+  OGL_printer();
+  EXPECT_EQ("", read_file(dir + "/screenshot_1.png"));
+
+  ASSERT_EQ(0, chdir(old_cwd));
+  remove_tree(dir);
+  if (c) glXMakeCurrent(d, w, c);
+}
+
+}  // namespace
