@@ -298,6 +298,7 @@ void OGL_plot_back_tex() {
 }
 
 void OGL_make_back_tex() {
+  if (!OGL_live()) return;
   if (xtim.frame_count == 0) load_png_into_scratch("Resources:bitmaps:intro.png", 4);
   tman.load_texture(tex_fail_instl, tex_window_back,
                     tex_col_rgba | tex_full_size | tex_from_scratch | tex_background,
