@@ -68,6 +68,15 @@ bool enabled_on_unit(int unit, GLenum cap) {
   return on;
 }
 
+// Fog, lighting, light 0, blending, alpha test, depth test, depth mask.
+std::vector<bool> switches() {
+  GLboolean mask = GL_FALSE;
+  glGetBooleanv(GL_DEPTH_WRITEMASK, &mask);
+  return {glIsEnabled(GL_FOG) != 0,   glIsEnabled(GL_LIGHTING) != 0,
+          glIsEnabled(GL_LIGHT0) != 0, glIsEnabled(GL_BLEND) != 0,
+          glIsEnabled(GL_ALPHA_TEST) != 0, glIsEnabled(GL_DEPTH_TEST) != 0, mask != 0};
+}
+
 std::vector<int> cached() {
   int s[7];
   OGL_cached_state(s);
@@ -76,20 +85,9 @@ std::vector<int> cached() {
 
 TEST_F(Gl, StateSwitchReachesGlAndClampsTheTextureCount) {
   OGL_setstate(0, 0, 2, 7, 8, 10);
-  GLboolean mask = GL_FALSE;
-  glGetBooleanv(GL_DEPTH_WRITEMASK, &mask);
-  EXPECT_EQ((std::vector<bool>{true, true, true, true, true, true, true}),
-            (std::vector<bool>{glIsEnabled(GL_FOG) != 0, glIsEnabled(GL_LIGHTING) != 0,
-                               glIsEnabled(GL_LIGHT0) != 0, glIsEnabled(GL_BLEND) != 0,
-                               glIsEnabled(GL_ALPHA_TEST) != 0, glIsEnabled(GL_DEPTH_TEST) != 0,
-                               mask != 0}));
+  EXPECT_EQ(std::vector<bool>(7, true), switches());
   OGL_setstate(1, 0, 3, 4, 9, 11);
-  glGetBooleanv(GL_DEPTH_WRITEMASK, &mask);
-  EXPECT_EQ((std::vector<bool>{false, false, false, false, false, false, false}),
-            (std::vector<bool>{glIsEnabled(GL_FOG) != 0, glIsEnabled(GL_LIGHTING) != 0,
-                               glIsEnabled(GL_LIGHT0) != 0, glIsEnabled(GL_BLEND) != 0,
-                               glIsEnabled(GL_ALPHA_TEST) != 0, glIsEnabled(GL_DEPTH_TEST) != 0,
-                               mask != 0}));
+  EXPECT_EQ(std::vector<bool>(7, false), switches());
   // Blending and the alpha test switch separately.
   OGL_setstate(1, 0, 3, 5, 9, 11);
   EXPECT_TRUE(glIsEnabled(GL_BLEND) && !glIsEnabled(GL_ALPHA_TEST));
