@@ -1,0 +1,233 @@
+// Textures in a real GL context under Xvfb with Mesa: the built-in pictures
+// in their power-of-2 textures, the sub-image path, files by name, and the
+// bind cache.
+#include <gtest/gtest.h>
+
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include <cstring>
+#include <vector>
+
+#include "shell/glprobe.h"
+#include "shell/window.h"
+#include "support.h"
+#include "toolkit/builtin_images.h"
+#include "toolkit/draw.h"
+#include "toolkit/sheet.h"
+#include "toolkit/textures.h"
+#include "xvfb.h"
+
+namespace {
+
+class GlTextures : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    server = new xvfb_class;
+    ASSERT_TRUE(server->start(1024, 768)) << "Xvfb did not start";
+    shell_test_reset();
+    ASSERT_EQ(1, MACIBM_make_context(0));
+    // What the probe finds on a GL 4.5 driver.
+    glGetIntegerv(GL_MAX_TEXTURE_UNITS, &ren.max_tex_units);
+    glExt.tex_clamp_avail = 1;
+    glExt.automini_avail = 1;
+    tman = tman_class();
+  }
+  static void TearDownTestSuite() {
+    tman = tman_class();
+    delete server;
+  }
+  void SetUp() override { ASSERT_TRUE(OGL_live()); }
+
+  // The texture of a reference as GL holds it, RGBA, row 0 the bottom.
+  static std::vector<unsigned char> read_back(int ref, int* w, int* h) {
+    glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, w);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, h);
+    std::vector<unsigned char> px(static_cast<size_t>(*w) * *h * 4);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, px.data());
+    tman.reset_bind();   // we bound behind the manager's back
+    return px;
+  }
+  static int min_filter(int ref) {
+    GLint f = 0;
+    glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &f);
+    tman.reset_bind();
+    return f;
+  }
+  static void fill_scratch(int dx, int dy, unsigned char v) {
+    memset(scratch_array, v, static_cast<size_t>(dx) * dy * 4);
+    scratch_dx = dx;
+    scratch_dy = dy;
+  }
+
+  static xvfb_class* server;
+};
+xvfb_class* GlTextures::server = nullptr;
+
+// Where the picture is opaque its texels are its own; transparent ones keep
+// alpha 0 (their colour is the edge clean's); the rest of the texture is clear.
+void expect_lower_left(const std::vector<unsigned char>& tex, int tw, int th,
+                       const unsigned char* pic, int pw, int ph) {
+  int wrong = 0;
+  for (int y = 0; y < th && wrong < 5; ++y)
+    for (int x = 0; x < tw && wrong < 5; ++x) {
+      const unsigned char* t = &tex[(static_cast<size_t>(y) * tw + x) * 4];
+      bool ok;
+      if (x < pw && y < ph) {
+        const unsigned char* p = pic + (static_cast<size_t>(y) * pw + x) * 4;
+        ok = t[3] == p[3] && (p[3] == 0 || memcmp(t, p, 3) == 0);
+      } else {
+        ok = t[3] == 0;
+      }
+      if (!ok) {
+        ADD_FAILURE() << "texel " << x << ", " << y;
+        ++wrong;
+      }
+    }
+}
+
+TEST_F(GlTextures, BuiltInPicturesSitAtTheLowerLeftOfPowerOf2Textures) {
+  recall_ins_texes();
+  struct expect {
+    int ref, dx, dy, tex;
+  } want[] = {{tex_interface, 512, 512, 512},
+              {tex_installer, 1010, 764, 1024},
+              {tex_back_1, 1024, 768, 1024},
+              {tex_back_2, 1024, 768, 1024}};
+  for (const expect& e : want) {
+    SCOPED_TRACE(e.ref);
+    const ref_dat_struct* r = tman.record(e.ref);
+    ASSERT_NE(nullptr, r);
+    EXPECT_EQ(e.dx, r->dx);
+    EXPECT_EQ(e.dy, r->dy);
+    EXPECT_EQ(e.tex, r->tex_dx);
+    EXPECT_EQ(e.tex, r->tex_dy);
+    EXPECT_TRUE(glIsTexture(r->tex_id));
+  }
+  // The interface sheet came last and is still there for the palette.
+  EXPECT_EQ(512, scratch_dx);
+  EXPECT_EQ(512, scratch_dy);
+  EXPECT_EQ(0, memcmp(scratch_array, t_interface_dat, 512 * 512 * 4));
+  // Pixel art is not smoothed; the pictures are.
+  EXPECT_EQ(GL_NEAREST, min_filter(tex_interface));
+  EXPECT_EQ(GL_LINEAR, min_filter(tex_installer));
+
+  int w = 0, h = 0;
+  std::vector<unsigned char> tex = read_back(tex_installer, &w, &h);
+  ASSERT_EQ(1024, w);
+  ASSERT_EQ(1024, h);
+  expect_lower_left(tex, w, h, t_installer_dat, 1010, 764);
+  tex = read_back(tex_back_1, &w, &h);
+  expect_lower_left(tex, w, h, t_ins_back_1_dat, 1024, 768);
+}
+
+TEST_F(GlTextures, SameSizeAgainTakesTheSubImagePath) {
+  fill_scratch(64, 32, 10);
+  ASSERT_EQ(1, tman.load_texture(tex_fail_instl, 700, tex_col_rgba, tex_load_now, "scratch_array"));
+  const unsigned id = tman.record(700)->tex_id;
+  const int before = tman.sub_image_uploads;
+
+  fill_scratch(64, 32, 90);
+  ASSERT_EQ(1, tman.load_texture(tex_fail_instl, 700, tex_col_rgba, tex_load_now, "scratch_array"));
+  EXPECT_EQ(before + 1, tman.sub_image_uploads);
+  EXPECT_EQ(id, tman.record(700)->tex_id);
+  int w = 0, h = 0;
+  std::vector<unsigned char> tex = read_back(700, &w, &h);
+  EXPECT_EQ(64, w);
+  EXPECT_EQ(90, tex[0]);
+  EXPECT_EQ(90, tex.back());
+
+  // Another size, or another format, is a fresh upload.
+  fill_scratch(128, 32, 50);
+  ASSERT_EQ(1, tman.load_texture(tex_fail_instl, 700, tex_col_rgba, tex_load_now, "scratch_array"));
+  fill_scratch(128, 32, 50);
+  ASSERT_EQ(1, tman.load_texture(tex_fail_instl, 700, tex_col_rgb, tex_load_now, "scratch_array"));
+  EXPECT_EQ(before + 1, tman.sub_image_uploads);
+  tex = read_back(700, &w, &h);
+  EXPECT_EQ(128, w);
+  EXPECT_EQ(50, tex[4]);
+  EXPECT_EQ(255, tex[3]);
+}
+
+TEST_F(GlTextures, PngFileByNameWithMipmaps) {
+  const std::string dir = make_temp_dir();
+  for (int i = 0; i < 3 * 5; ++i) {
+    const unsigned char px[4] = {static_cast<unsigned char>(i * 10), 7, 9, 255};
+    memcpy(scratch_array + i * 4, px, 4);
+  }
+  ASSERT_EQ(1, write_png_to_disk(dir + "small.png", 3, 5, 4));
+  std::vector<unsigned char> pic(scratch_array, scratch_array + 3 * 5 * 4);
+  memset(scratch_array, 0, 64);
+
+  // Mipmaps by the driver, then by GLU for a driver without them.
+  for (int automini : {1, 0}) {
+    SCOPED_TRACE(automini);
+    glExt.automini_avail = automini;
+    const int ref = 710 + automini;
+    ASSERT_EQ(1, tman.load_texture(tex_fail_instl, ref, tex_col_rgba | tex_full_size | tex_mipmap,
+                                   tex_load_now, dir + "small"));
+    EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, min_filter(ref));
+    int w = 0, h = 0;
+    std::vector<unsigned char> tex = read_back(ref, &w, &h);
+    EXPECT_EQ(4, w);
+    EXPECT_EQ(8, h);
+    expect_lower_left(tex, w, h, pic.data(), 3, 5);
+    glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
+    GLint level1 = 0;
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 1, GL_TEXTURE_HEIGHT, &level1);
+    EXPECT_EQ(4, level1);
+    tman.reset_bind();
+  }
+  glExt.automini_avail = 1;
+  remove_tree(dir);
+}
+
+TEST_F(GlTextures, BindRefReturnsEarlyWhenAlreadyBound) {
+  fill_scratch(16, 16, 1);
+  ASSERT_EQ(1, tman.load_texture(tex_fail_instl, 702, tex_col_rgba, tex_load_now, "scratch_array"));
+  const GLint id = static_cast<GLint>(tman.record(702)->tex_id);
+  GLint now = 0;
+
+  tman.bind_ref(702, 0, 0);
+  EXPECT_EQ(static_cast<unsigned>(id), tman.bound[0]);
+  EXPECT_EQ(GL_MODULATE, tman.bound_env[0]);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &now);
+  EXPECT_EQ(id, now);
+
+  // Unbound behind the cache's back: a second bind believes the cache.
+  glBindTexture(GL_TEXTURE_2D, 0);
+  tman.bind_ref(702, 0, 0);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &now);
+  EXPECT_EQ(0, now);
+
+  // The bypass turns the early return off; reset_bind forgets.
+  ogl_cache_bypass = 1;
+  tman.bind_ref(702, 0, 0);
+  ogl_cache_bypass = 0;
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &now);
+  EXPECT_EQ(id, now);
+  glBindTexture(GL_TEXTURE_2D, 0);
+  tman.reset_bind();
+  tman.bind_ref(702, 0, 0);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &now);
+  EXPECT_EQ(id, now);
+
+  // Another unit is bound there and unit 0 is active again afterwards.
+  if (ren.max_tex_units > 1) {
+    tman.bind_ref(702, 1, GL_REPLACE);
+    EXPECT_EQ(static_cast<unsigned>(id), tman.bound[1]);
+    glGetIntegerv(GL_ACTIVE_TEXTURE, &now);
+    EXPECT_EQ(GL_TEXTURE0, now);
+    glActiveTexture(GL_TEXTURE1);
+    glGetTexEnviv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, &now);
+    glActiveTexture(GL_TEXTURE0);
+    EXPECT_EQ(GL_REPLACE, now);
+  }
+  // Beyond the driver's units nothing happens.
+  tman.bind_ref(702, ren.max_tex_units, 0);
+}
+
+}  // namespace
