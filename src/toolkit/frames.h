@@ -15,6 +15,7 @@ void BTN_offer_help(float x1, float y1, float x2, float y2, const std::string& h
 // One quad of the interface sheet around a centre: source (s, t) of size
 // 2 half_w by 2 half_h, in colour slot col.
 void BTN_util_element(float cx, float cy, float half_w, float half_h, float s, float t, int col);
+// A vertical strip from its lower left (x, y), h high.
 void BTN_frame0(int type, float x, float y, float h);
 void BTN_frame1(int type, float cx, float cy, float w, int col);
 void BTN_frame2(int type, float x, float y, float w, float h, const std::string& title);
@@ -33,10 +34,16 @@ void BTN_split_label(const std::string& text, std::string* top, std::string* bot
 // The tool-tip panel, lower left (x, y), text height h; the pump calls it.
 void BTN_draw_help(float x, float y, float h, const std::string& text);
 
-// Where a BTN_frame1 strip's quads go, without GL: for tests. Each quad is
-// screen x, width, and the source s, width in pixels of the sheet.
+// Where the quads of a strip or panel go, without GL: for tests. Each quad is
+// its lower left and size on the screen (sub-window coordinates) and its
+// source rectangle in pixels of the interface sheet.
 struct strip_quad {
   float x, w, s, ds;
+  float y, h, t, dt;
 };
-// Returns false for a type with no strip.
-bool BTN_frame1_layout(int type, float cx, float w, std::vector<strip_quad>* out);
+// BTN_frame1's quads; false for a type with no strip.
+bool BTN_frame1_layout(int type, float cx, float cy, float w, std::vector<strip_quad>* out);
+// BTN_frame0's quads (x the left edge, y the bottom); false for a type with no strip.
+bool BTN_frame0_layout(int type, float x, float y, float h, std::vector<strip_quad>* out);
+// BTN_frame2's quads (the frame only, not the title); false for a type with no panel.
+bool BTN_frame2_layout(int type, float x, float y, float w, float h, std::vector<strip_quad>* out);

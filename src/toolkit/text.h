@@ -37,11 +37,27 @@ void OGL_number(int col, float x, float y, float value, int digits, int decimals
 // Centred on x over a half-transparent dark box.
 void OGL_gray_string(int col, float x, float y, const std::string& text);
 
+// The fixed advance of a charset (0 for the proportional one), or -1 for a
+// charset that doesn't exist.
+int text_charset_advance(int charset);
+// The cell of a character in pixels of its texture, as OGL_char finds it:
+// ch is a signed char for charsets 100 to 102 (bytes above 127 negative),
+// the two-byte code for charset 103.
+void text_char_source(int ch, int charset, float s0, float t0, float ds, float dt, float* s,
+                      float* t);
+
 // Where OGL_string puts each character, without GL: for tests and for
-// measuring. Each entry is the character's byte and the quad's lower left.
+// measuring. Each entry is the character's byte (the first byte for charset
+// 103), the quad's lower left in window pixels (the sub-window's origin
+// added), and the code OGL_char gets.
 struct glyph_place {
   unsigned char c;
   float x, y;
+  int code;
 };
 void text_layout(float x, float y, const std::string& text, float wrap, int charset,
                  std::vector<glyph_place>* out);
+// Where OGL_number puts its characters, likewise (the digits, "-", ".", ","
+// and the "x" of the overflow form).
+void text_number_layout(float x, float y, float value, int digits, int decimals, int charset,
+                        std::vector<glyph_place>* out);
