@@ -67,20 +67,6 @@ TEST_F(Manager, KeepsRecordsWithoutAContext) {
   EXPECT_EQ("un-inited", tman.record(376)->name);
 }
 
-TEST_F(Manager, SharedClassesLoadAFileOnce) {
-  scratch_dx = scratch_dy = 4;
-  EXPECT_EQ(1, tman.load_bitmap(tex_fail_instl, 10, tex_col_rgba, "scratch_array:shared"));
-  EXPECT_EQ(1, tman.load_bitmap(tex_fail_instl, 11, tex_col_rgba, "scratch_array:shared"));
-  EXPECT_EQ(1, tman.total_texes());
-  EXPECT_EQ(10, tman.names.at("scratch_array:shared"));
-
-  tman.start_use_tex(10);
-  tman.stop_use_tex(10);
-  tman.purge_unused_texes();
-  EXPECT_EQ(0, tman.total_texes());
-  EXPECT_EQ(0u, tman.names.count("scratch_array:shared"));
-}
-
 TEST_F(Manager, MissingTextureRaisesItsModesFlag) {
   const std::string name = dir + "nothing";
   EXPECT_EQ(0, tman.load_texture(tex_fail_scenery, 601, tex_col_rgba, tex_load_now, name));
