@@ -9,7 +9,7 @@ PACKAGES = g++ cmake ninja-build pkg-config zlib1g-dev libpng-dev libminizip-dev
            libxtst-dev xvfb xauth libgl1-mesa-dri mesa-utils python3 time bc \
            libfreetype-dev fonts-dejavu-core
 
-.PHONY: all deps build run test test-asan bench clean
+.PHONY: all deps build run test test-asan bench images clean
 
 all: build
 
@@ -41,6 +41,11 @@ test-asan: deps $(BUILD_ASAN)/build.ninja
 	cmake --build $(BUILD_ASAN) -j $(JOBS)
 	ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --test-dir $(BUILD_ASAN) --output-on-failure -j $(JOBS)
+
+# Draws assets/*.png again from the DejaVu fonts and the layout in src/toolkit/sheet.h.
+images: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) --target zephyra-make-images
+	$(BUILD)/zephyra-make-images --out assets
 
 bench: build
 	@for b in bench/*.sh; do echo "== $$b"; bash $$b $(BUILD) || exit 1; done

@@ -14,6 +14,7 @@
 #include "install/stage.h"
 #include "shell/hooks.h"
 #include "shell/startup.h"
+#include "toolkit/toolkit.h"
 
 // The pump calls these once a frame; the screens will fill them in.
 void APP_update() {}
@@ -23,6 +24,7 @@ void APP_handlemenu(int) {}
 int main(int argc, char** argv) {
   if (console_wanted(argc, argv)) return console_main(argc, argv);
 
+  TOOLKIT_install_hooks();
   shell_hooks.save_prefs = [] { pref.IO_set(11, 1); };
   shell_hooks.use_max_cpu = &stg.use_max_cpu;
 
