@@ -1,0 +1,217 @@
+// Text measuring and placement without a display: the glyph tables, where
+// each character of a string or number goes, and the misuse alerts.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "files/mnw.h"
+#include "support.h"
+#include "toolkit/text.h"
+
+namespace {
+
+class Text : public ::testing::Test {
+ protected:
+  void SetUp() override { shell_test_reset(); }
+};
+
+std::vector<glyph_place> layout(float x, float y, const std::string& s, float wrap = 9999,
+                                int charset = charset_UI_diff_space) {
+  std::vector<glyph_place> out;
+  text_layout(x, y, s, wrap, charset, &out);
+  return out;
+}
+
+// The characters and their (x, y), as "c@x,y" words, for readable failures.
+std::string placed(const std::vector<glyph_place>& g) {
+  std::string s;
+  for (const glyph_place& p : g) {
+    if (!s.empty()) s += ' ';
+    s += static_cast<char>(p.c);
+    s += "@" + std::to_string(static_cast<int>(p.x)) + "," + std::to_string(static_cast<int>(p.y));
+  }
+  return s;
+}
+
+TEST_F(Text, EveryByteHasItsCellAndAdvance) {
+  // The grid, row 0 first, as the characters read; high bytes by number.
+  const char* rows[5] = {" 0123456789AaBbCcDdEe", "FfGgHhIiJjKkLlMmNnOoP",
+                         "pQqRrSsTtUuVvWwXxYyZz", "!@#$%^&*()-_+=[]|\\':;", "<.>,?/`"};
+  const unsigned char high[] = {0xFB, 0xC1, 0xE1, 0xC9, 0xE9, 0xCD, 0xED,
+                                0xD3, 0xF3, 0xDA, 0xFA, 0xD1, 0xF1, 0xBF};
+  int want_col[256], want_row[256];
+  for (int c = 0; c < 256; ++c) want_col[c] = want_row[c] = 0;
+  for (int r = 0; r < 5; ++r)
+    for (int k = 0; rows[r][k]; ++k) {
+      want_col[static_cast<unsigned char>(rows[r][k])] = k;
+      want_row[static_cast<unsigned char>(rows[r][k])] = r;
+    }
+  for (int k = 0; k < 14; ++k) {
+    want_col[high[k]] = 7 + k;
+    want_row[high[k]] = 4;
+  }
+
+  const char* by_advance[10] = {"", "", ",.", "!':;I`il\xFB", " ()*[]frt|", "$/?EFJLScjks",
+                                "+-0123456789=BKPRZ\\^_abdeghnopquvxyz"
+                                "\xBF\xC1\xC9\xCD\xD1\xD3\xDA\xE1\xE9\xED\xF1\xF3\xFA",
+                                "<>ACDGHNTUVXY", "#%&OQmw", "@MW"};
+  int want_adv[256] = {};
+  for (int a = 0; a < 10; ++a)
+    for (const char* p = by_advance[a]; *p; ++p) want_adv[static_cast<unsigned char>(*p)] = a;
+
+  for (int c = 0; c < 256; ++c) {
+    int col = -1, row = -1;
+    text_cell(static_cast<unsigned char>(c), &col, &row);
+    EXPECT_EQ(want_col[c], col) << "byte " << c;
+    EXPECT_EQ(want_row[c], row) << "byte " << c;
+    EXPECT_EQ(want_adv[c], text_advance(static_cast<unsigned char>(c))) << "byte " << c;
+  }
+  // A byte with a cell and no advance would stack glyphs; none has one
+  // without the other, except the blank's cell, where every stranger falls.
+  for (int c = 1; c < 256; ++c)
+    if (want_adv[c] == 0) {
+      EXPECT_TRUE(want_col[c] == 0 && want_row[c] == 0) << c;
+    }
+
+  EXPECT_EQ(7 + 6 + 4 + 5, text_width("Ab c"));
+  EXPECT_EQ(7 + 6, text_width("A\r\n\t\"{}~b"));
+}
+
+TEST_F(Text, SignedCharsFindTheirCells) {
+  // Callers pass a plain char, so bytes above 127 arrive negative.
+  float s = 0, t = 0;
+  text_char_source(static_cast<signed char>(0xF1), charset_UI_diff_space, 0, 0, 8, 11, &s, &t);
+  EXPECT_EQ(19 * 8, s);
+  EXPECT_EQ(4 * 11, t);
+  text_char_source(static_cast<signed char>(0xFB), charset_UI_mono_6, 168, 0, 8, 11, &s, &t);
+  EXPECT_EQ(168 + 7 * 8, s);
+  EXPECT_EQ(44, t);
+  // The two-byte font: 40 cells a row.
+  text_char_source(85, charset_UI_menus_KOR, 0, 0, 13, 13, &s, &t);
+  EXPECT_EQ(5 * 13, s);
+  EXPECT_EQ(2 * 13, t);
+}
+
+TEST_F(Text, StringPlacement) {
+  // Rounded half away from zero after the origin is added, then 2 down.
+  mnw.win_x = 100;
+  mnw.win_y = 50;
+  EXPECT_EQ("A@110,69 b@117,69  @123,69 c@127,69", placed(layout(10.4f, 20.5f, "Ab c")));
+  mnw.win_x = mnw.win_y = 0;
+  EXPECT_EQ("a@3,2", placed(layout(2.5f, 3.5f, "a")));
+  EXPECT_EQ("a@-3,-6", placed(layout(-2.5f, -3.5f, "a")));
+
+  // No cell, no advance: the next character takes their place.
+  EXPECT_EQ("a@0,-2 \"@6,-2 {@6,-2 }@6,-2 ~@6,-2 b@6,-2", placed(layout(0, 0, "a\"{}~b")));
+  // Carriage return, new line and tab draw nothing, and without wrapping the
+  // new line does not break the line either.
+  EXPECT_EQ("a@0,-2 b@6,-2", placed(layout(0, 0, "a\r\n\tb")));
+  EXPECT_EQ("a@0,-2 b@0,-12", placed(layout(0, 0, "a\nb", 200)));
+  EXPECT_TRUE(layout(0, 0, "").empty());
+
+  // Fixed steps for the monospaced charsets, two bytes a character for 103.
+  EXPECT_EQ("i@0,-2 W@6,-2", placed(layout(0, 0, "iW", 9999, charset_UI_mono_6)));
+  EXPECT_EQ("i@0,-2 W@10,-2", placed(layout(0, 0, "iW", 9999, charset_UI_mono_10)));
+  const std::vector<glyph_place> kor = layout(0, 0, "\xB0\xA1\xB0", 9999, charset_UI_menus_KOR);
+  ASSERT_EQ(2u, kor.size());
+  EXPECT_EQ(0xA1 - 128 + 0xB0 * 127, kor[0].code);
+  EXPECT_EQ(15, kor[1].x);
+  EXPECT_EQ(0 - 128 + 0xB0 * 127, kor[1].code);   // a lone last byte pairs with nothing
+  EXPECT_TRUE(layout(0, 0, "abc", 9999, 104).empty());
+}
+
+TEST_F(Text, WrappingAtWordEnds) {
+  // "aaaa " ends at 28; "bbbb" is guessed at 24 more, 52.
+  EXPECT_EQ(28, layout(0, 0, "aaaa bbbb", 52)[5].x);
+  EXPECT_EQ("b@0,-12", placed({layout(0, 0, "aaaa bbbb", 51)[5]}));
+  // The blank stays at the end of the first line.
+  EXPECT_EQ(" @24,-2", placed({layout(0, 0, "aaaa bbbb", 51)[4]}));
+  // "-", "/" and ":" end words too, and stay on the line they end.
+  EXPECT_EQ("a@0,-2 b@6,-2 -@12,-2 c@0,-12 d@5,-12", placed(layout(0, 0, "ab-cd", 20)));
+  EXPECT_EQ("/@12,-2 c@0,-12", placed({layout(0, 0, "ab/cd", 20)[2], layout(0, 0, "ab/cd", 20)[3]}));
+  EXPECT_EQ(":@12,-2 c@0,-12", placed({layout(0, 0, "ab:cd", 20)[2], layout(0, 0, "ab:cd", 20)[3]}));
+  // A run of blanks is one word end: only the last one measures.
+  EXPECT_EQ(0, layout(0, 0, "aaaa  bbbb", 30)[6].x);
+  // A blank at the very end has no word after it: no new line.
+  for (const glyph_place& g : layout(0, 0, "aaaa ", 10)) EXPECT_EQ(-2, g.y);
+  // The first word is never measured, however long.
+  for (const glyph_place& g : layout(0, 0, "aaaaaaaaaa", 10)) EXPECT_EQ(-2, g.y);
+}
+
+TEST_F(Text, WrapEstimateIsAFlatSixPixelsDeliberately) {
+  // Wide letters are guessed short: "WWWW" (36 wide) is taken for 24 and
+  // runs past the wrap width instead of breaking.
+  std::vector<glyph_place> g = layout(0, 0, "a WWWW", 36);
+  EXPECT_EQ(-2, g[5].y);
+  EXPECT_GT(g[5].x + text_advance('W'), 36);
+  // Narrow letters are guessed long: "iiiiiiii" (24 wide) would fit after
+  // the blank but is taken for 48 and breaks early.
+  g = layout(0, 0, "a iiiiiiii", 40);
+  EXPECT_EQ(-12, g[2].y);
+  EXPECT_LE(10 + 8 * text_advance('i'), 40);
+}
+
+std::string number(float value, int digits, int decimals, int charset = charset_UI_mono_6,
+                   float x = 100) {
+  std::vector<glyph_place> out;
+  text_number_layout(x, 52, value, digits, decimals, charset, &out);
+  return placed(out);
+}
+
+TEST_F(Text, NumberFields) {
+  // 1234.5 in six digits, one decimal: field 012345 from x = 100 in steps
+  // of 6, the point between the 4th and 5th cells, a comma after the 2nd.
+  EXPECT_EQ(".@127,50 ,@109,50 0@100,50 1@106,50 2@112,50 3@118,50 4@124,50 5@130,50",
+            number(1234.5f, 6, 1));
+  // Leading zeros fill the field, commas and all; steps of 10 for charset 102.
+  EXPECT_EQ(",@105,50 0@100,50 0@110,50 0@120,50 7@130,50", number(7, 4, 0, charset_UI_mono_10));
+  // A sign in the cell before the field, one pixel in.
+  EXPECT_EQ("-@95,50 .@115,50 0@100,50 4@106,50 2@112,50 2@118,50 5@124,50",
+            number(-42.25f, 5, 2));
+  // Too small to show is shown without a sign.
+  EXPECT_EQ("0@100,50", number(-0.01f, 1, 0));
+  // Rounding carries into the field's digits: 9.96 in three with one decimal.
+  EXPECT_EQ(".@109,50 1@100,50 0@106,50 0@112,50", number(9.96f, 3, 1));
+  // Commas at every third place of the whole part.
+  EXPECT_EQ(",@139,50 ,@121,50 ,@103,50 1@100,50 0@106,50 7@112,50 3@118,50 7@124,50 4@130,50 "
+            "1@136,50 8@142,50 2@148,50 4@154,50",
+            number(1073741824.f, 10, 0));
+  // More than 11 digits are held to 11.
+  std::vector<glyph_place> out;
+  text_number_layout(0, 0, 1, 14, 0, charset_UI_mono_6, &out);
+  int digits = 0;
+  for (const glyph_place& g : out) digits += g.c >= '0' && g.c <= '9';
+  EXPECT_EQ(11, digits);
+}
+
+TEST_F(Text, NumberTooLargeForItsField) {
+  // 12345678 in four digits: 1.23 x 10^7. Point 1.5 cells in, 2 right, 1 down.
+  EXPECT_EQ(".@107,49 1@100,50 2@110,50 3@120,50 x@130,50 7@140,50",
+            number(12345678.f, 4, 0, charset_UI_mono_10));
+  EXPECT_EQ(".@105,49 5@100,50 0@106,50 0@112,50 x@118,50 2@124,50", number(500, 2, 0));
+  // A sign stays in front.
+  EXPECT_EQ('-', number(-500, 2, 0)[0]);
+}
+
+TEST_F(Text, MisusesAreTold) {
+  // A proportional charset is warned about and the number still drawn.
+  child_result r = run_in_child([] {
+    OGL_number(44, 0, 0, 12, 2, 0, charset_UI_diff_space);
+    return 7;
+  });
+  EXPECT_EQ(7, r.exit_code);
+  EXPECT_NE(std::string::npos, r.out.find("Numbers must be mono-spaced!"));
+  EXPECT_NE(std::string::npos,
+            r.out.find("This is because we increment by a constant step size for each digit."));
+  // A charset that doesn't exist is a programming error: the process ends.
+  r = run_in_child([] {
+    OGL_string(44, 0, 0, "abc", 9999, 99);
+    return 7;
+  });
+  EXPECT_NE(7, r.exit_code);
+  EXPECT_NE(std::string::npos, r.out.find("String proc with bad charset!"));
+}
+
+}  // namespace
