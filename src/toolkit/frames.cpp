@@ -9,6 +9,7 @@
 #include "files/alert.h"
 #include "files/mnw.h"
 #include "shell/window.h"
+#include "toolkit/builtin_images.h"
 #include "toolkit/draw.h"
 #include "toolkit/sheet.h"
 #include "toolkit/text.h"
@@ -94,12 +95,22 @@ float round_even(float v) { return 2.0f * std::round(v * 0.5f); }
 
 bool splits_at(char c) { return c == ' ' || c == '-' || c == '/'; }
 
+// Light text on a dark panel, the dark label colour on a light one, judged
+// from the top edge of the panel's picture so a new look needs no code.
+int title_colour(int type) {
+  const panel_source* p = find_panel(type);
+  if (!p || type == 11 || type == 12) return 37;   // on the title bar
+  const int s = p->s + p->size / 2, t = p->t + p->size - p->edge / 2 - 1;
+  const unsigned char* px = t_interface_dat + (static_cast<size_t>(t) * sheet_interface_w + s) * 4;
+  return px[0] * 3 + px[1] * 6 + px[2] > 1280 ? 42 : 37;
+}
+
 // The panel's title, centred; full-window panels carry it on the title bar.
 void draw_title(int type, float x, float y, float w, float h, const std::string& title) {
   if (title.empty()) return;
   const float base = (type == 11 || type == 12) ? 16.0f : 12.0f;
-  OGL_string(37, x + w * 0.5f - text_width(title) * 0.5f, y + h - base, title, text_no_wrap,
-             charset_UI_diff_space);
+  OGL_string(title_colour(type), x + w * 0.5f - text_width(title) * 0.5f, y + h - base, title,
+             text_no_wrap, charset_UI_diff_space);
 }
 
 void draw_panel(int type, float x, float y, float w, float h) {
