@@ -84,6 +84,9 @@ std::vector<piece> draw_test_screen() {
 
   // The installer sheet: buttons in their three states, artwork, icon frames.
   const float state_x[] = {530, 680, 830};
+  const char* const state_name[] = {"as drawn", "pointer over", "pressed"};
+  for (int k = 0; k < 3; ++k)
+    OGL_string(0, state_x[k], 426, state_name[k], text_no_wrap, charset_UI_diff_space);
   for (int b = 0; b < 6; ++b) {
     const sheet_button& s = installer_buttons[b];
     for (int k = 0; k < 3; ++k) {
