@@ -22,17 +22,8 @@ int interface_rect(float x, float y, float u, float v, float w, float h, int hot
     OGL_setstate(fog_off, 1, lit_off, alpha_blend, depth_read_off, depth_write_off);
     tman.bind_ref(tex_installer, 0, 0);
     glColor3f(r, g, b);
-    const float k = 1.0f / sheet_installer_tex;
-    const float sx = x + mnw.win_x, sy = y + mnw.win_y;
     glBegin(GL_QUADS);
-    glTexCoord2f(u * k, v * k);
-    glVertex2f(sx, sy);
-    glTexCoord2f(u * k, (v + h) * k);
-    glVertex2f(sx, sy + h);
-    glTexCoord2f((u + w) * k, (v + h) * k);
-    glVertex2f(sx + w, sy + h);
-    glTexCoord2f((u + w) * k, v * k);
-    glVertex2f(sx + w, sy);
+    OGL_quad_vertices(x + mnw.win_x, y + mnw.win_y, w, h, u, v, w, h, sheet_installer_tex);
     glEnd();
   }
   return BTN_clicked_in(x, y, x + w, y + h) ? 1 : 0;

@@ -284,6 +284,19 @@ void OGL_2dquad_d(int tex, int col, float alpha, float x, float y, float s, floa
              x + w, y, s + ds, t, 1, alpha_code);
 }
 
+void OGL_quad_vertices(float x, float y, float w, float h, float s, float t, float ds, float dt,
+                       float size) {
+  const float k = 1.0f / size;
+  glTexCoord2f(s * k, t * k);
+  glVertex2f(x, y);
+  glTexCoord2f(s * k, (t + dt) * k);
+  glVertex2f(x, y + h);
+  glTexCoord2f((s + ds) * k, (t + dt) * k);
+  glVertex2f(x + w, y + h);
+  glTexCoord2f((s + ds) * k, t * k);
+  glVertex2f(x + w, y);
+}
+
 void OGL_plot_back_col() {
   if (!OGL_live()) return;
   const float s = mnw.pix_scale > 0 ? mnw.pix_scale : 1;

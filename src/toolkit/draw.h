@@ -57,6 +57,12 @@ void OGL_2dquad(int tex, int col, float alpha, float x1, float y1, float s1, flo
 // texture size ds by dt (texture units).
 void OGL_2dquad_d(int tex, int col, float alpha, float x, float y, float s, float t, float w,
                   float h, float ds, float dt, int alpha_code);
+// The four corners of an axis-aligned textured quad, clockwise from the lower
+// left as the context's front face wants, between glBegin(GL_QUADS) and glEnd.
+// Screen (x, y, w, h); source (s, t, ds, dt) in texels of a texture `size`
+// texels square.
+void OGL_quad_vertices(float x, float y, float w, float h, float s, float t, float ds, float dt,
+                       float size);
 void OGL_plot_back_col();
 void OGL_plot_back_tex();
 void OGL_make_back_tex();

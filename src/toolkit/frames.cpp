@@ -68,20 +68,10 @@ void begin_sheet(int col) {
 void emit_quads(const std::vector<strip_quad>& quads, int col) {
   if (!OGL_live() || quads.empty()) return;
   begin_sheet(col);
-  const float k = 1.0f / sheet_interface_w;
-  const float ox = mnw.win_x, oy = mnw.win_y;
   glBegin(GL_QUADS);
-  for (const strip_quad& q : quads) {
-    const float x = q.x + ox, y = q.y + oy;
-    glTexCoord2f(q.s * k, q.t * k);
-    glVertex2f(x, y);
-    glTexCoord2f(q.s * k, (q.t + q.dt) * k);
-    glVertex2f(x, y + q.h);
-    glTexCoord2f((q.s + q.ds) * k, (q.t + q.dt) * k);
-    glVertex2f(x + q.w, y + q.h);
-    glTexCoord2f((q.s + q.ds) * k, q.t * k);
-    glVertex2f(x + q.w, y);
-  }
+  for (const strip_quad& q : quads)
+    OGL_quad_vertices(q.x + mnw.win_x, q.y + mnw.win_y, q.w, q.h, q.s, q.t, q.ds, q.dt,
+                      sheet_interface_w);
   glEnd();
 }
 

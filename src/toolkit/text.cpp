@@ -162,17 +162,8 @@ void OGL_char(float x, float y, float s0, float t0, float ds, float dt, int ch, 
   if (!OGL_live()) return;
   float s, t;
   text_char_source(ch, charset, s0, t0, ds, dt, &s, &t);
-  const float k = 1.0f / sheet_interface_w;
   const float scale = oglp.glyph_scale > 1 ? oglp.glyph_scale : 1.0f;
-  const float w = ds * scale, h = dt * scale;
-  glTexCoord2f(s * k, t * k);
-  glVertex2f(x, y);
-  glTexCoord2f(s * k, (t + dt) * k);
-  glVertex2f(x, y + h);
-  glTexCoord2f((s + ds) * k, (t + dt) * k);
-  glVertex2f(x + w, y + h);
-  glTexCoord2f((s + ds) * k, t * k);
-  glVertex2f(x + w, y);
+  OGL_quad_vertices(x, y, ds * scale, dt * scale, s, t, ds, dt, sheet_interface_w);
 }
 
 void text_layout(float x, float y, const std::string& text, float wrap, int charset,
