@@ -1,17 +1,18 @@
-// The colour table and the colour resolve, and the screen metrics: all
-// without a display.
+// The colour table and the colour resolve, the screen metrics, and drawing
+// with no context: all without a display.
 #include <gtest/gtest.h>
 
 #include <GL/glx.h>
 
-#include <cstdlib>
+#include <unistd.h>
+
 #include <string>
 #include <vector>
 
 #include "files/mnw.h"
 #include "shell/glprobe.h"
-#include "shell/window.h"
 #include "support.h"
+#include "toolkit/builtin_images.h"
 #include "toolkit/colours.h"
 #include "toolkit/draw.h"
 #include "toolkit/sheet.h"
@@ -21,20 +22,12 @@ namespace {
 // Restores what a test changes in the shared records.
 class Colours : public ::testing::Test {
  protected:
-  void SetUp() override {
-    saved_colr = new colr_class(colr);
-    saved_ren_alpha = ren.alpha;
-    saved_ren_mono = ren.mono;
-  }
   void TearDown() override {
-    colr = *saved_colr;
-    delete saved_colr;
-    ren.alpha = saved_ren_alpha;
-    ren.mono = saved_ren_mono;
+    colr = saved_colr;
+    ren = saved_ren;
   }
-  colr_class* saved_colr = nullptr;
-  float saved_ren_alpha = 1;
-  int saved_ren_mono = 0;
+  colr_class saved_colr = colr;
+  ren_struct saved_ren = ren;
 };
 
 std::vector<float> resolve(int col, float a) {
@@ -43,39 +36,20 @@ std::vector<float> resolve(int col, float a) {
   return {c[0], c[1], c[2], c[3]};
 }
 
-void expect_rgb(int slot, float r, float g, float b) {
-  EXPECT_NEAR(r, colr.col[slot][0], 1e-5) << "slot " << slot;
-  EXPECT_NEAR(g, colr.col[slot][1], 1e-5) << "slot " << slot;
-  EXPECT_NEAR(b, colr.col[slot][2], 1e-5) << "slot " << slot;
+std::vector<float> rgb_of(int slot) {
+  return {colr.col[slot][0], colr.col[slot][1], colr.col[slot][2]};
 }
 
-// A 512 by 512 picture of noise whose palette column carries bytes made
-// from seed; row 0 first, as scratch_array holds it.
-std::vector<unsigned char> noise_picture(unsigned seed) {
-  std::vector<unsigned char> px(512 * 512 * 4);
-  unsigned v = seed * 2654435761u + 1;
-  for (auto& b : px) {
-    v = v * 1103515245u + 12345u;
-    b = static_cast<unsigned char>(v >> 16);
-  }
-  return px;
+void expect_rgb(std::vector<float> want, std::vector<float> got, const std::string& at) {
+  for (int c = 0; c < 3; ++c) EXPECT_NEAR(want[c], got[c], 1e-5) << at << " channel " << c;
 }
 
-const unsigned char* pixel(const std::vector<unsigned char>& px, int row, int column) {
-  return &px[(row * 512 + column) * 4];
-}
-
-TEST_F(Colours, LitTintsOnlyTheSlotsBelow45AndMonoFoldsIntoGreen) {
+TEST_F(Colours, LightTintsOnlySlotsBelow45MonoFoldsIntoGreenAlphaScales) {
   colr.assign(44, 0.8f, 0.6f, 0.4f);
   colr.assign(45, 0.8f, 0.6f, 0.4f);
-  colr.lit[0] = 0.5f;
-  colr.lit[1] = 0.25f;
-  colr.lit[2] = 1.0f;
-  std::vector<float> tinted = resolve(44, 1), plain = resolve(45, 1);
-  EXPECT_NEAR(0.4f, tinted[0], 1e-6);
-  EXPECT_NEAR(0.15f, tinted[1], 1e-6);
-  EXPECT_NEAR(0.4f, tinted[2], 1e-6);
-  EXPECT_EQ((std::vector<float>{0.8f, 0.6f, 0.4f, 1}), plain);
+  colr.lit[0] = 0.5f, colr.lit[1] = 0.25f, colr.lit[2] = 1.0f;
+  expect_rgb({0.4f, 0.15f, 0.4f}, resolve(44, 1), "tinted");
+  EXPECT_EQ((std::vector<float>{0.8f, 0.6f, 0.4f, 1}), resolve(45, 1));
 
   // Mono: the sum in green, clamped to 0.01..1, after the tint.
   ren.mono = 1;
@@ -84,32 +58,34 @@ TEST_F(Colours, LitTintsOnlyTheSlotsBelow45AndMonoFoldsIntoGreen) {
   colr.assign(46, 0.1f, 0.2f, 0.3f);
   EXPECT_NEAR(0.6f, resolve(46, 1)[1], 1e-6);
   colr.assign(46, 0, 0, 0);
-  EXPECT_NEAR(0.01f, resolve(46, 1)[1], 1e-6);
-  EXPECT_EQ(0, resolve(46, 1)[0]);
-  EXPECT_EQ(0, resolve(46, 1)[2]);
+  expect_rgb({0, 0.01f, 0}, resolve(46, 1), "mono black");
   ren.mono = 0;
 
-  // The global alpha scales every colour's own.
   ren.alpha = 0.5f;
   EXPECT_NEAR(0.25f, resolve(45, 0.5f)[3], 1e-6);
-}
 
-TEST_F(Colours, InterfaceLightIsRaisedToAtLeastThreeQuarters) {
-  colr.lit[0] = 0.9f;
-  colr.lit[1] = 0.2f;
-  colr.lit[2] = 0.8f;
+  // The interface light is raised to at least three quarters.
+  colr.lit[0] = 0.9f, colr.lit[1] = 0.2f, colr.lit[2] = 0.8f;
   colr.set_lites_for_interface();
   EXPECT_EQ((std::vector<float>{0.9f, 0.75f, 0.8f}),
             (std::vector<float>{colr.lit[0], colr.lit[1], colr.lit[2]}));
 }
 
 TEST_F(Colours, SlotsFromThePaletteColumnAndSlot38HalfWayBetween37And40) {
-  for (unsigned seed = 1; seed <= 4; ++seed) {
-    std::vector<unsigned char> px = noise_picture(seed);
-    colr_read_palette(px.data(), 512, 512);
+  // A sheet of noise, where a wrong cell can't hide in a plain patch, and the
+  // built-in sheet, whose cells must hold the colours the table names.
+  std::vector<unsigned char> noise(512 * 512 * 4);
+  unsigned v = 2654435762u;
+  for (auto& b : noise) b = static_cast<unsigned char>((v = v * 1103515245u + 12345u) >> 16);
+  const unsigned char* sheets[] = {noise.data(), t_interface_dat};
+  for (const unsigned char* px : sheets) {
+    colr_read_palette(px, 512, 512);
     for (const auto& cell : palette_cells) {
-      const unsigned char* p = pixel(px, cell.row, cell.column);
-      expect_rgb(cell.slot, p[0] / 255.0f, p[1] / 255.0f, p[2] / 255.0f);
+      const unsigned char* p = px + (cell.row * 512 + cell.column) * 4;
+      const std::string at = "slot " + std::to_string(cell.slot);
+      expect_rgb({p[0] / 255.0f, p[1] / 255.0f, p[2] / 255.0f}, rgb_of(cell.slot), at);
+      if (px == t_interface_dat)
+        expect_rgb({cell.r / 255.0f, cell.g / 255.0f, cell.b / 255.0f}, rgb_of(cell.slot), at);
     }
     for (int c = 0; c < 3; ++c)
       EXPECT_NEAR((colr.col[37][c] + colr.col[40][c]) / 2, colr.col[38][c], 1e-6);
@@ -117,17 +93,13 @@ TEST_F(Colours, SlotsFromThePaletteColumnAndSlot38HalfWayBetween37And40) {
 }
 
 TEST_F(Colours, LightSlotByKindAndABadKindEndsTheProcess) {
-  colr.lit[0] = 0.2f;
-  colr.lit[1] = 0.9f;
-  colr.lit[2] = 0.5f;
+  colr.lit[0] = 0.2f, colr.lit[1] = 0.9f, colr.lit[2] = 0.5f;
   const float saved[3] = {ren_light_value[0], ren_light_value[1], ren_light_value[2]};
-  ren_light_value[0] = 0.6f;
-  ren_light_value[1] = 0.3f;
-  ren_light_value[2] = 0.5f;
+  ren_light_value[0] = 0.6f, ren_light_value[1] = 0.3f, ren_light_value[2] = 0.5f;
   colr.set_lit_col(0);
-  expect_rgb(47, 0.6f, 0.9f, 0.5f);
+  expect_rgb({0.6f, 0.9f, 0.5f}, rgb_of(47), "kind 0");
   colr.set_lit_col(1);
-  expect_rgb(47, 0.6f, 0.3f, 0.5f);
+  expect_rgb({0.6f, 0.3f, 0.5f}, rgb_of(47), "kind 1");
   for (int c = 0; c < 3; ++c) ren_light_value[c] = saved[c];
 
   child_result r = run_in_child([] {
@@ -140,13 +112,11 @@ TEST_F(Colours, LightSlotByKindAndABadKindEndsTheProcess) {
 
 TEST_F(Colours, SpectraInterpolateBetweenTheirStops) {
   colr.spectrum_init(0);
-  const float* half = colr.spectrum[100];   // half-way from red to orange
-  EXPECT_NEAR(1, half[0], 1e-4);
-  EXPECT_NEAR(0.16f, half[1], 1e-4);
-  EXPECT_NEAR(0.04f, half[2], 1e-4);
+  expect_rgb({1, 0.16f, 0.04f}, {colr.spectrum[100][0], colr.spectrum[100][1],
+                                 colr.spectrum[100][2]}, "half-way from red to orange");
   colr.spectrum_init(2);
-  EXPECT_NEAR(0.999f, colr.spectrum[999][1], 1e-5);
-  EXPECT_EQ(0, colr.spectrum[999][0] + colr.spectrum[999][2]);
+  expect_rgb({0, 0.999f, 0}, {colr.spectrum[999][0], colr.spectrum[999][1],
+                              colr.spectrum[999][2]}, "last of spectrum 2");
 
   // The plotted scale: black to violet in six parts, clamped, folded by mono.
   float c[3];
@@ -163,8 +133,7 @@ TEST(PixSpecs, MetricsFollowTheWindowSize) {
   struct size_case {
     int x, y;
     float upscale, left, top, cx;
-  };
-  const size_case cases[] = {
+  } const cases[] = {
       {1024, 768, 1, 0, 0, 512},
       {1280, 1024, 1.25f, 128, 256, 640},
       {2048, 1536, 2, 512, 768, 1024},
@@ -187,13 +156,8 @@ TEST(PixSpecs, MetricsFollowTheWindowSize) {
 }
 
 TEST(NoContext, DrawingCallsDoNothingAndDontCrash) {
-  // Another test of this program may have made a context: put it aside.
-  Display* d = glXGetCurrentDisplay();
-  GLXDrawable w = glXGetCurrentDrawable();
-  GLXContext c = glXGetCurrentContext();
-  if (c) glXMakeCurrent(d, None, nullptr);
+  ASSERT_EQ(nullptr, glXGetCurrentContext());
   ASSERT_FALSE(OGL_live());
-
   const std::string dir = make_temp_dir();
   char old_cwd[4096];
   ASSERT_NE(nullptr, getcwd(old_cwd, sizeof old_cwd));
@@ -231,7 +195,6 @@ TEST(NoContext, DrawingCallsDoNothingAndDontCrash) {
 
   ASSERT_EQ(0, chdir(old_cwd));
   remove_tree(dir);
-  if (c) glXMakeCurrent(d, w, c);
 }
 
 }  // namespace

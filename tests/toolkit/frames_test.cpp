@@ -1,8 +1,7 @@
-// Frames and hit boxes without a display: how strips and panels are tiled,
-// labels taken apart, and which boxes a click or the pointer reaches.
+// Frames and hit boxes without a display: how panels are tiled, labels taken
+// apart, and which boxes a click or the pointer reaches.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <string>
 #include <vector>
 
@@ -24,43 +23,11 @@ class Frames : public ::testing::Test {
   }
 };
 
-TEST_F(Frames, StripsAreTiledNeverStretched) {
-  const float widths[] = {8, 41, 57.5f, 116, 131, 884};
-  for (const strip_source& s : frame1_strips)
-    for (float w : widths) {
-      std::vector<strip_quad> q;
-      ASSERT_TRUE(BTN_frame1_layout(s.type, 301, 100, w, &q));
-      const std::string at = "type " + std::to_string(s.type) + " w " + std::to_string(w);
-      // Even width about an even centre; 9 and 10 four wider, 0 and 1 three lower.
-      const float wide = (s.type == 9 || s.type == 10) ? 4 : 0;
-      const float left = 302 - std::round((w + wide) / 2), right = 604 - left;
-      const int rcap = s.total - s.body_end, tile = s.body_end - s.cap;
-      EXPECT_EQ(left, q.front().x) << at;
-      EXPECT_EQ(s.cap, q.front().w) << at;
-      EXPECT_EQ(right, q.back().x + q.back().w) << at;
-      EXPECT_EQ(s.s + s.body_end, q.back().s) << at;
-      EXPECT_EQ(rcap, q.back().w) << at;
-      for (size_t i = 0; i < q.size(); ++i) {
-        EXPECT_TRUE(q[i].w == q[i].ds && q[i].h == q[i].dt && q[i].h == s.height) << at;
-        EXPECT_EQ(100 - s.height / 2 - (s.type <= 1 ? 3 : 0), q[i].y) << at;
-        if (i == 0 || i + 1 == q.size()) continue;
-        // Body tiles follow on without gaps, whole but for the last.
-        EXPECT_EQ(q[i - 1].x + q[i - 1].w, q[i].x) << at;
-        EXPECT_EQ(s.s + s.cap, q[i].s) << at;
-        EXPECT_TRUE(i + 2 == q.size() ? q[i].w > 0 && q[i].w <= tile : q[i].w == tile) << at;
-      }
-      if (right - left < s.cap + rcap) {
-        // Too narrow for its caps: the two caps overlap, no body.
-        EXPECT_EQ(2u, q.size()) << at;
-      } else if (q.size() > 2) {
-        EXPECT_EQ(q.back().x, q[q.size() - 2].x + q[q.size() - 2].w) << at;
-      }
-    }
-  // A body of exactly three tiles has no cut piece.
+// How strips are tiled is checked pixel by pixel under GL; here the types
+// that have no strip or panel.
+TEST_F(Frames, UnknownFrameTypes) {
   std::vector<strip_quad> q;
-  BTN_frame1_layout(2, 200, 100, 20 + 3 * 32, &q);
-  EXPECT_EQ(5u, q.size());
-
+  EXPECT_FALSE(BTN_frame2_layout(21, 0, 0, 100, 100, &q));
   EXPECT_FALSE(BTN_frame1_layout(6, 100, 50, 80, &q));
   EXPECT_TRUE(q.empty());
   const child_result r = run_in_child([] {
@@ -89,7 +56,6 @@ TEST_F(Frames, PanelsAndTheVerticalStripTileBothWays) {
     EXPECT_EQ(p.t + p.size, q.back().t + q.back().dt) << p.type;
   }
   std::vector<strip_quad> q;
-  EXPECT_FALSE(BTN_frame2_layout(21, 0, 0, 100, 100, &q));
   ASSERT_TRUE(BTN_frame0_layout(6, 490, 300, 260, &q));
   EXPECT_EQ(300, q.front().y);
   EXPECT_EQ(560, q.back().y + q.back().h);
@@ -155,17 +121,13 @@ TEST_F(Frames, HitBoxesIncludeTheirEdgesAndIgnoreAnOpenMenu) {
     }
   }
 
-  // The hot cell: v, v - (h + 1) under the pointer, v - 2 (h + 1) pressed.
-  mnw.mouse_x = 110, mnw.mouse_y = 210;
-  mnw.menu_open = -1;
+  // The cell stays at rest when not hot, off the box or under an open menu;
+  // its other states are followed through the pump on the installer screen.
+  mnw.mouse_x = 110, mnw.mouse_y = 210, mnw.mouse_down = 1, mnw.menu_open = -1;
   EXPECT_EQ(166, interface_rect_v(100, 200, 166, 50, 22, 0));
-  EXPECT_EQ(143, interface_rect_v(100, 200, 166, 50, 22, 1));
-  mnw.mouse_down = 1;
-  EXPECT_EQ(120, interface_rect_v(100, 200, 166, 50, 22, 1));
   EXPECT_EQ(166, interface_rect_v(160, 200, 166, 50, 22, 1));
   mnw.menu_open = 3;
   EXPECT_EQ(166, interface_rect_v(100, 200, 166, 50, 22, 1));
-
   // Help: none with a menu open; otherwise the last box under the pointer wins.
   BTN_offer_help(100, 200, 150, 220, "help");
   EXPECT_EQ("", stls[stls_help]);

@@ -1,63 +1,18 @@
-// The state cache and the primitives against real GL: a private Xvfb with
-// Mesa, pixels read back from the back buffer.
-#include <gtest/gtest.h>
-
-#include <GL/gl.h>
-
+// The state cache and the primitives against real GL, pixels read back from
+// the back buffer.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
-#include <vector>
 
-#include "files/mnw.h"
-#include "shell/glprobe.h"
-#include "shell/window.h"
-#include "support.h"
+#include "gl_suite.h"
 #include "toolkit/colours.h"
-#include "toolkit/draw.h"
 #include "toolkit/sheet.h"
-#include "toolkit/textures.h"
-#include "xvfb.h"
 
 namespace {
 
-class Gl : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    server = new xvfb_class;
-    ASSERT_TRUE(server->start(1024, 768)) << "Xvfb did not start";
-    shell_test_reset();
-    MACIBM_setres(1);
-    ASSERT_EQ(1, MACIBM_make_context(0));
-    glGetIntegerv(GL_MAX_TEXTURE_UNITS, &ren.max_tex_units);
-  }
-  static void TearDownTestSuite() {
-    delete server;
-    server = nullptr;
-  }
-  void SetUp() override {
-    ASSERT_TRUE(OGL_live());
-    mnw.win_now = 0;
-    mnw.win_x = mnw.win_y = 0;
-    OGL_pix_specs(0);
-    OGL_reset_state_cache();
-    glDisable(GL_SCISSOR_TEST);
-    glClearColor(0, 0, 0, 1);
-    glClear(GL_COLOR_BUFFER_BIT);
-  }
-  static xvfb_class* server;
-};
-xvfb_class* Gl::server = nullptr;
-
-// R, G, B of a window pixel, counted from the lower left.
-std::vector<int> rgb_at(int x, int y) {
-  unsigned char p[4] = {0, 0, 0, 0};
-  glReadBuffer(GL_BACK);
-  glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  glReadPixels(x, y, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, p);
-  return {p[0], p[1], p[2]};
-}
+class Gl : public GlSuite {};
 
 const std::vector<int> black = {0, 0, 0};
 
@@ -104,8 +59,7 @@ TEST_F(Gl, StateSwitchReachesGlAndClampsTheTextureCount) {
   glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
   EXPECT_EQ(GL_TEXTURE0, active);
   OGL_setstate(1, 1, 3, 4, 9, 11);
-  EXPECT_TRUE(enabled_on_unit(0, GL_TEXTURE_2D));
-  for (int u = 1; u < walked; ++u) EXPECT_FALSE(enabled_on_unit(u, GL_TEXTURE_2D)) << u;
+  for (int u = 0; u < walked; ++u) EXPECT_EQ(u == 0, enabled_on_unit(u, GL_TEXTURE_2D)) << u;
   OGL_setstate(1, -3, 3, 4, 9, 11);
   EXPECT_EQ(0, cached()[1]);
   EXPECT_FALSE(enabled_on_unit(0, GL_TEXTURE_2D));
@@ -129,52 +83,36 @@ TEST_F(Gl, CacheStartsFromGlAndIsTrustedUnlessBypassed) {
   EXPECT_TRUE(glIsEnabled(GL_BLEND));
 }
 
-TEST_F(Gl, RectanglesAndLinesLandOnTheirPixelsInTheSubWindow) {
+TEST_F(Gl, RectanglesLinesAndScissorsLandOnTheirPixelsInTheSubWindow) {
   mnw.win_x = 100;
   mnw.win_y = 50;
   colr.assign(90, 1, 0, 0);
   colr.assign(91, 0, 1, 0);
   colr.assign(92, 0, 0, 1);
-
-  // Filled: columns 110 to 139, rows 70 to 84.
-  OGL_fillrect(90, 1, 10, 20, 30, 15);
-  EXPECT_EQ((std::vector<int>{255, 0, 0}), rgb_at(110, 70));
-  EXPECT_EQ((std::vector<int>{255, 0, 0}), rgb_at(139, 84));
-  EXPECT_EQ(black, rgb_at(109, 70));
-  EXPECT_EQ(black, rgb_at(140, 84));
-  EXPECT_EQ(black, rgb_at(110, 69));
-  EXPECT_EQ(black, rgb_at(139, 85));
-
-  // Framed: the outline through columns 300 and 320, rows 150 and 160.
-  OGL_framerect(91, 1, 200, 100, 20, 10);
-  const std::vector<int> green = {0, 255, 0};
-  EXPECT_EQ(green, rgb_at(310, 150));
-  EXPECT_EQ(green, rgb_at(310, 160));
-  EXPECT_EQ(green, rgb_at(300, 155));
-  EXPECT_EQ(green, rgb_at(320, 155));
-  EXPECT_EQ(black, rgb_at(310, 155));
-  EXPECT_EQ(black, rgb_at(310, 149));
-  EXPECT_EQ(black, rgb_at(310, 161));
-  EXPECT_EQ(black, rgb_at(299, 155));
-  EXPECT_EQ(black, rgb_at(321, 155));
-
-  // A line on a pixel boundary stays on the one row above it.
-  OGL_line(92, 1, 0, 300, 50, 300);
-  for (int x = 100; x < 150; x += 7) EXPECT_EQ((std::vector<int>{0, 0, 255}), rgb_at(x, 350)) << x;
-  EXPECT_EQ(black, rgb_at(120, 349));
-  EXPECT_EQ(black, rgb_at(120, 351));
-
-  // The scissor box moves with the sub-window too.
-  OGL_scissors(400, 400, 10, 10);
+  OGL_fillrect(90, 1, 10, 20, 30, 15);      // columns 110 to 139, rows 70 to 84
+  OGL_framerect(91, 1, 200, 100, 20, 10);   // outline on columns 300, 320, rows 150, 160
+  OGL_line(92, 1, 0, 300, 50, 300);         // on a pixel boundary: the row above only
+  OGL_scissors(400, 400, 10, 10);           // the box moves with the sub-window too
   GLint box[4];
   glGetIntegerv(GL_SCISSOR_BOX, box);
   EXPECT_EQ((std::vector<int>{500, 450, 10, 10}), std::vector<int>(box, box + 4));
   OGL_fillrect(90, 1, 390, 390, 30, 30);
   OGL_scissors_end();
   EXPECT_FALSE(glIsEnabled(GL_SCISSOR_TEST));
-  EXPECT_EQ((std::vector<int>{255, 0, 0}), rgb_at(505, 455));
-  EXPECT_EQ(black, rgb_at(495, 455));
-  EXPECT_EQ(black, rgb_at(511, 455));
+
+  const std::vector<int> red = {255, 0, 0}, green = {0, 255, 0}, blue = {0, 0, 255};
+  const struct {
+    int x, y;
+    std::vector<int> rgb;
+  } probes[] = {
+      {110, 70, red},    {139, 84, red},    {109, 70, black},  {140, 84, black},
+      {110, 69, black},  {139, 85, black},  {310, 150, green}, {310, 160, green},
+      {300, 155, green}, {320, 155, green}, {310, 155, black}, {310, 149, black},
+      {310, 161, black}, {299, 155, black}, {321, 155, black}, {100, 350, blue},
+      {149, 350, blue},  {120, 349, black}, {120, 351, black}, {505, 455, red},
+      {495, 455, black}, {511, 455, black},
+  };
+  for (const auto& p : probes) EXPECT_EQ(p.rgb, rgb_at(p.x, p.y)) << p.x << "," << p.y;
 }
 
 TEST_F(Gl, OnlyATrueTransparencyBlendsFramesAndReachesGl) {
@@ -205,9 +143,8 @@ TEST_F(Gl, BackgroundFillsTheWholeWindowUnderTheLight) {
   colr.lit[0] = 0.5f;
   OGL_plot_back_col();
   colr.lit[0] = 1;
-  const std::vector<int> back = {26, 102, 153};
-  EXPECT_EQ(back, rgb_at(0, 0));
-  EXPECT_EQ(back, rgb_at(1023, 767));
+  EXPECT_EQ((std::vector<int>{26, 102, 153}), rgb_at(0, 0));
+  EXPECT_EQ((std::vector<int>{26, 102, 153}), rgb_at(1023, 767));
 }
 
 TEST_F(Gl, TexturedQuadsCutTheirTexelsAndTexZeroKeepsTheBinding) {
@@ -249,16 +186,6 @@ TEST_F(Gl, ScreenshotsTakeTheNextFreeNumber) {
   EXPECT_EQ("\x89PNG", read_file(dir + "/screenshot_3.png").substr(0, 4));
   ASSERT_EQ(0, chdir(old_cwd));
   remove_tree(dir);
-}
-
-TEST_F(Gl, BuiltInInterfacePictureSetsThePaletteSlots) {
-  recall_ins_texes();
-  colr_read_palette(scratch_array, sheet_interface_w, sheet_interface_h);
-  for (const auto& cell : palette_cells) {
-    EXPECT_NEAR(cell.r / 255.0f, colr.col[cell.slot][0], 1e-5) << "slot " << cell.slot;
-    EXPECT_NEAR(cell.g / 255.0f, colr.col[cell.slot][1], 1e-5) << "slot " << cell.slot;
-    EXPECT_NEAR(cell.b / 255.0f, colr.col[cell.slot][2], 1e-5) << "slot " << cell.slot;
-  }
 }
 
 }  // namespace

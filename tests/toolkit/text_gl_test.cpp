@@ -1,27 +1,16 @@
-// Text, numbers and strips against real GL: a private Xvfb with Mesa, the
-// back buffer read back and compared with what the sheet's own texels give,
-// once with the built-in sheet and once with a sheet of noise, where a
-// wrong column can't hide in a plain piece of picture.
-#include <gtest/gtest.h>
-
-#include <GL/gl.h>
-
+// Text and strips against real GL: the back buffer read back and
+// compared with what the sheet's own texels give, once with the built-in
+// sheet and once with a sheet of noise, where a wrong column can't hide in a
+// plain piece of picture.
 #include <cmath>
 #include <cstring>
 #include <string>
-#include <vector>
 
-#include "files/mnw.h"
-#include "shell/glprobe.h"
-#include "shell/window.h"
-#include "support.h"
+#include "gl_suite.h"
 #include "toolkit/builtin_images.h"
-#include "toolkit/draw.h"
 #include "toolkit/frames.h"
 #include "toolkit/sheet.h"
 #include "toolkit/text.h"
-#include "toolkit/textures.h"
-#include "xvfb.h"
 
 namespace {
 
@@ -52,26 +41,15 @@ struct canvas {
   }
 };
 
-class TextGl : public ::testing::Test {
+class TextGl : public GlSuite {
  protected:
   static void SetUpTestSuite() {
-    server = new xvfb_class;
-    ASSERT_TRUE(server->start(W, H)) << "Xvfb did not start";
-    shell_test_reset();
-    MACIBM_setres(1);
-    ASSERT_EQ(1, MACIBM_make_context(0));
-    glGetIntegerv(GL_MAX_TEXTURE_UNITS, &ren.max_tex_units);
+    GlSuite::SetUpTestSuite();
     recall_ins_texes();
     noise.resize(512 * 512 * 4);
     unsigned state = 12345;
-    for (unsigned char& b : noise) {
-      state = state * 1103515245u + 12345u;
-      b = static_cast<unsigned char>(state >> 16);
-    }
-  }
-  static void TearDownTestSuite() {
-    use_sheet(t_interface_dat);
-    delete server;
+    for (unsigned char& b : noise)
+      b = static_cast<unsigned char>((state = state * 1103515245u + 12345u) >> 16);
   }
   static void use_sheet(const unsigned char* pic) {
     memcpy(scratch_array, pic, 512 * 512 * 4);
@@ -80,10 +58,7 @@ class TextGl : public ::testing::Test {
                       "scratch_array:test sheet");
   }
   static void clear() {
-    mnw.win_now = 0;
     mnw.win_x = mnw.win_y = 0;
-    OGL_pix_specs(0);
-    glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
   }
   // Runs draw and check once for each sheet.
@@ -117,11 +92,8 @@ class TextGl : public ::testing::Test {
     if (!ink) return "nothing to see";
     return bad ? std::to_string(bad) + " differ" + first : "";
   }
-  static xvfb_class* server;
-  static std::vector<unsigned char> noise;
+  static inline std::vector<unsigned char> noise;
 };
-xvfb_class* TextGl::server = nullptr;
-std::vector<unsigned char> TextGl::noise;
 
 TEST_F(TextGl, StringLandsWhereItsArithmeticSaysInItsColour) {
   for_each_sheet([](const unsigned char* pic) {
@@ -140,31 +112,6 @@ TEST_F(TextGl, StringLandsWhereItsArithmeticSaysInItsColour) {
     want.glyphs("42", 50, 488, 10, glyph_mono_s);
     EXPECT_EQ("", differences(want, 100, 296, 260, 325));
     EXPECT_EQ("", differences(want, 40, 480, 120, 515));
-  });
-}
-
-TEST_F(TextGl, NumbersDrawDigitsPointCommasAndTheOverflowForm) {
-  for_each_sheet([](const unsigned char* pic) {
-    canvas want{pic};
-    // 1234567.5 in nine digits, one decimal, steps of 10: 01,234,567.5 with
-    // the point and commas half-way between digit cells, drawn first.
-    OGL_number(0, 200, 400, 1234567.5f, 9, 1, charset_UI_mono_10);
-    want.glyphs(".", 275, 398, 10, glyph_mono_s);
-    want.glyphs(",", 245, 398, 10, glyph_mono_s);
-    want.glyphs(",", 215, 398, 10, glyph_mono_s);
-    want.glyphs("012345675", 200, 398, 10, glyph_mono_s);
-    // 12345678 in four digits of 6: 1.23 x 10^7, the point 1.5 cells and
-    // 2 pixels in, 1 down.
-    OGL_number(0, 200, 300, 12345678.f, 4, 0, charset_UI_mono_6);
-    want.glyphs(".", 205, 297, 6, glyph_mono_s);
-    want.glyphs("123x7", 200, 298, 6, glyph_mono_s);
-    // The sign one pixel into the cell before the field.
-    OGL_number(0, 500, 300, -42.25f, 5, 2, charset_UI_mono_6);
-    want.glyphs("-", 495, 298, 6, glyph_mono_s);
-    want.glyphs(".", 515, 298, 6, glyph_mono_s);
-    want.glyphs("04225", 500, 298, 6, glyph_mono_s);
-    EXPECT_EQ("", differences(want, 180, 390, 300, 420));
-    EXPECT_EQ("", differences(want, 180, 280, 560, 320));
   });
 }
 
