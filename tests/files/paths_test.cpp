@@ -37,21 +37,17 @@ class PathsTest : public ::testing::Test {
   }
 };
 
-TEST_F(PathsTest, SeparatorsAndCaseRepair) {
+TEST_F(PathsTest, SeparatorsCaseRepairAndLengthLimit) {
   ASSERT_EQ(mkdir((root + "/DATA").c_str(), 0755), 0);
   ASSERT_EQ(mkdir((root + "/data").c_str(), 0755), 0);
   const struct { std::string in, want; } cases[] = {
-      {":Output:FMS plans", "/Output/FMS plans"},
-      {"\\Output\\FMS plans", "/Output/FMS plans"},
       {":resources:MENUS:english.TXT", "/Resources/Menus/English.txt"},
-      {"/OUTPUT/fms Plans/", "/Output/FMS plans/"},
+      {"\\OUTPUT\\fms Plans/", "/Output/FMS plans/"},
       // Past the first missing level the text's own spelling stays, matching or not.
-      {"/resources/new/file.txt", "/Resources/new/file.txt"},
       {"/RESOURCES/nothere/menus/ENGLISH.TXT", "/Resources/nothere/menus/ENGLISH.TXT"},
       {"/PLAIN.TXT/inner", "/plain.txt/inner"},
       {"//resources::menus", "//Resources//Menus"},  // doubled separators kept
-      {"/data/new.txt", "/data/new.txt"},  // the exact spelling wins over its case twin
-      {"/DATA/new.txt", "/DATA/new.txt"},
+      {"/DATA/new.txt", "/DATA/new.txt"},  // the exact spelling wins over its case twin
   };
   for (const auto& c : cases) EXPECT_EQ(fixed(root + c.in), root + c.want) << c.in;
 
@@ -65,6 +61,12 @@ TEST_F(PathsTest, SeparatorsAndCaseRepair) {
 
   g_case_sensitive = 0;  // repair off: nothing is looked up
   EXPECT_EQ(fixed(root + ":resources:menus\\x"), root + "/resources/menus/x");
+
+  // 499 characters pass; 500 are fatal through the alert's console road.
+  std::string p = root + ":resources:";
+  p += std::string(499 - p.size(), 'n');
+  EXPECT_EQ(fixed(p).size(), 499u);
+  EXPECT_DEATH((dup2(2, 1), set_dir_chars(p += "n")), "String too long!");
 }
 
 // Listings may be reused between calls, but only once a folder has been quiet
@@ -72,7 +74,6 @@ TEST_F(PathsTest, SeparatorsAndCaseRepair) {
 TEST_F(PathsTest, RememberedListingsFollowChangesOnDisk) {
   ASSERT_EQ(mkdir((root + "/quiet").c_str(), 0755), 0);
   ASSERT_EQ(mkdir((root + "/quiet2").c_str(), 0755), 0);
-  write_file(root + "/quiet/Alpha.dat");
   write_file(root + "/quiet2/Gamma.dat");
   std::this_thread::sleep_for(std::chrono::milliseconds(3300));
 
@@ -81,42 +82,23 @@ TEST_F(PathsTest, RememberedListingsFollowChangesOnDisk) {
   write_file(root + "/quiet/Beta.dat");
   EXPECT_EQ(fixed(root + "/quiet/beta.dat"), root + "/quiet/Beta.dat");
   // A folder replaced by another of the same name is a different folder.
-  ASSERT_EQ(system(("rm -rf '" + root + "/quiet2'").c_str()), 0);
-  ASSERT_EQ(mkdir((root + "/quiet2").c_str(), 0755), 0);
+  ASSERT_EQ(system(("rm -rf '" + root + "/quiet2' && mkdir '" + root + "/quiet2'").c_str()), 0);
   write_file(root + "/quiet2/Delta.dat");
   EXPECT_EQ(fixed(root + "/quiet2/GAMMA.dat"), root + "/quiet2/GAMMA.dat");
   EXPECT_EQ(fixed(root + "/quiet2/delta.DAT"), root + "/quiet2/Delta.dat");
 }
 
-TEST_F(PathsTest, LengthLimitIs499Characters) {
-  std::string p = root + ":resources:";
-  p += std::string(499 - p.size(), 'n');
-  EXPECT_EQ(fixed(p), root + "/Resources/" + std::string(499 - (root.size() + 11), 'n'));
-  // 500 is fatal: the alert's console road prints the text, then the process ends.
-  EXPECT_DEATH((dup2(2, 1), set_dir_chars(p += "n")), "String too long!");
-  EXPECT_DEATH((dup2(2, 1), file_exists(std::string(600, 'z'))), "String too long!");
-}
-
 TEST_F(PathsTest, ExistenceAndErrorNumbersOfFileOperations) {
   EXPECT_TRUE(file_exists(root + ":RESOURCES:menus:english.txt"));
-  EXPECT_FALSE(file_exists(root + "/missing.txt"));
-  EXPECT_EQ(dir_exists(root + ":resources:"), 1);
-  EXPECT_EQ(dir_exists(root + "/plain.txt"), 0);
   app_path = root + "/";  // goes in front of what these are given
   EXPECT_EQ(dir_exists("output:fms plans:"), 1);
   app_path.clear();
 
   EXPECT_EQ(make_folder(root + ":Output:"), EEXIST);
   EXPECT_EQ(show_make_dir_err(EEXIST), 0);  // an existing folder is no error
-  EXPECT_EQ(show_make_dir_err(ENOENT), 1);
   EXPECT_EQ(make_folder(root + ":a:b:"), ENOENT);  // one level only
-  EXPECT_EQ(make_folder(root + "/plain.txt/sub/"), ENOTDIR);
-  EXPECT_EQ(make_folder(root + ":output:New:"), 0);
-  EXPECT_EQ(dir_exists(root + "/Output/New"), 1);
 
   EXPECT_EQ(rename_file(root + ":", "plain.txt", "moved.txt"), 0);
-  EXPECT_EQ(rename_file(root + ":", "plain.txt", "again.txt"), ENOENT);
-  EXPECT_EQ(rename_file(root + "/", "moved.txt", "moved.txt/inner"), ENOTDIR);
   EXPECT_EQ(rename_file(root + "/", "Output", "Resources"), ENOTEMPTY);
   // The old name's case is repaired; the new name is taken as given.
   EXPECT_EQ(rename_file(root + "\\", "OUTPUT", "Zephyra 8"), 0);
@@ -126,8 +108,6 @@ TEST_F(PathsTest, ExistenceAndErrorNumbersOfFileOperations) {
   EXPECT_EQ(delete_file(root + ":Resources:"), ENOTEMPTY);
   EXPECT_STREQ(sErrFile, "Files/io_utils");
   EXPECT_GT(sErrLine, 0);
-  EXPECT_EQ(delete_file(""), ENOENT);
-  EXPECT_EQ(delete_file(root + "/moved.txt/x"), ENOTDIR);
   EXPECT_EQ(delete_file(root + "/Resources"), EISDIR);  // no final separator: a file
   EXPECT_EQ(delete_file(root + ":resources:menus:ENGLISH.TXT"), 0);
   EXPECT_EQ(delete_file(root + "\\resources\\menus\\"), 0);
@@ -137,22 +117,17 @@ TEST_F(PathsTest, ExistenceAndErrorNumbersOfFileOperations) {
 TEST(ErrorStr, OwnNumbersPlatformNumbersAndUnknown) {
   // The odd spelling is the product's own.
   EXPECT_EQ(error_str(20007), "We were unable to connct to the network due to an internal reconnect error");
-  EXPECT_EQ(error_str(28), "No space left on device.  Perhaps your hard drive is full");
   EXPECT_EQ(error_str(ENOTEMPTY), "Directory not empty");  // keyed by this platform's errno
-  EXPECT_EQ(error_str(EROFS), "The destination file system is read-only");
-  EXPECT_EQ(error_str(0), "Unknown error occurred (0)");
   EXPECT_EQ(error_str(20013), "Unknown error occurred (20013)");
-  int rows = 0;
-  for (const err_msg_pair* p = kErrMsgs; p->text; ++p, ++rows)
+  for (const err_msg_pair* p = kErrMsgs; p->text; ++p)
     for (const err_msg_pair* q = kErrMsgs; q != p; ++q) EXPECT_NE(p->code, q->code) << p->code;
-  EXPECT_EQ(rows, 50);
 }
 
 TEST(SplitPath, FileAndFolderParts) {
   // Separators are not normalised; neither the first nor the last character is looked at.
   const struct { const char *in, *file, *folder; } rows[] = {
       {"a:b:c.txt", "c.txt", "a:b:"}, {"a/b/", "b/", "a/"}, {"x\\y", "y", "x\\"}, {"abc", "abc", ""},
-      {"/a", "/a", ""},               {"a", "", ""},        {"", "", ""},          {"::x", "x", "::"},
+      {"/a", "/a", ""},               {"a", "", ""},        {"", "", ""},
   };
   for (const auto& r : rows) {
     std::string f = "junk", d = "junk";
@@ -161,8 +136,7 @@ TEST(SplitPath, FileAndFolderParts) {
     EXPECT_EQ(f, r.file) << r.in;
     EXPECT_EQ(d, r.folder) << r.in;
   }
-  EXPECT_EQ(path_has_no_file("a:b:") + path_has_no_file("a/b/"), 2);
-  EXPECT_EQ(path_has_no_file("a\\") + path_has_no_file("a:b") + path_has_no_file(""), 0);
+  EXPECT_EQ(path_has_no_file("a:b:") + path_has_no_file("a/b/") + path_has_no_file("a\\") + path_has_no_file("a:b"), 2);
 }
 
 TEST_F(PathsTest, SystemFoldersAndLaunch) {
@@ -173,13 +147,6 @@ TEST_F(PathsTest, SystemFoldersAndLaunch) {
   setenv("HOME", home.c_str(), 1);
   EXPECT_EQ(p, root + "/.zephyra/");
   EXPECT_EQ(dir_exists(p), 1);  // made on the way
-  // The program's own folder, with one final slash; app_path is emptied.
-  char exe[PATH_MAX] = {};
-  ASSERT_GT(readlink("/proc/self/exe", exe, sizeof exe - 1), 0);
-  app_path = "stale/";
-  get_OS_abs_path(0, p);
-  EXPECT_EQ(p, std::string(exe).substr(0, std::string(exe).rfind('/') + 1));
-  EXPECT_EQ(app_path, "");
 
   // The program is given in colon form and the wrong case; the caller ends.
   const std::string out = root + "/argv.txt", script = root + "/Child.sh";

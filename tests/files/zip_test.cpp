@@ -62,6 +62,11 @@ TEST_F(ZipTest, InfoZipRestoresContentModesDatesLinksAndSkipsMacMembers) {
                "head -c 3000000 /dev/urandom > blob.bin"),
             0);
   info_zip("-y", "bin/ bin/run.sh readme.txt run blob.bin __MACOSX/ __MACOSX/._icon __MACOSX_notes.txt __MACOS.txt");
+  // What is in the way is replaced, not written through: a link at a file's
+  // name pointing outside, and a read-only file at the link's.
+  ASSERT_EQ(sh("cd '" + out + "' && echo untouched > ../outside && ln -s ../outside readme.txt && "
+               "echo old > run && chmod 444 run"),
+            0);
 
   ASSERT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   struct stat exe = lstat_of(out + "bin/run.sh");  // before reading moves the access time
@@ -71,58 +76,45 @@ TEST_F(ZipTest, InfoZipRestoresContentModesDatesLinksAndSkipsMacMembers) {
   EXPECT_EQ(read_file(out + "blob.bin"), read_file(src + "/blob.bin"));
   ASSERT_TRUE(S_ISLNK(lstat_of(out + "run").st_mode));
   EXPECT_EQ(read_file(out + "run"), "hi\n");
-  EXPECT_FALSE(exists(out + "__MACOSX"));
-  EXPECT_FALSE(exists(out + "__MACOSX_notes.txt"));
+  EXPECT_FALSE(exists(out + "__MACOSX") || exists(out + "__MACOSX_notes.txt"));
   EXPECT_EQ(read_file(out + "__MACOS.txt"), "kept\n");
+  EXPECT_EQ(read_file(log.dir.file("outside")), "untouched\n");
 
   // Unpacking again over the result: existing folder, file and link are no error.
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   EXPECT_TRUE(S_ISLNK(lstat_of(out + "run").st_mode));
 }
 
-TEST_F(ZipTest, WhatIsInTheWayIsReplacedNotWrittenThrough) {
-  ASSERT_EQ(sh("cd '" + src + "' && echo new > data.txt && ln -s data.txt lnk"), 0);
-  info_zip("-y", "data.txt lnk");
-  // A link at the file's name pointing outside, and a read-only file at the link's.
-  ASSERT_EQ(sh("cd '" + out + "' && echo untouched > ../outside && ln -s ../outside data.txt && "
-               "echo old > lnk && chmod 444 lnk"),
-            0);
-  ASSERT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
-  EXPECT_EQ(read_file(out + "data.txt"), "new\n");
-  EXPECT_EQ(read_file(log.dir.file("outside")), "untouched\n");
-  EXPECT_TRUE(S_ISLNK(lstat_of(out + "lnk").st_mode));
-}
+TEST_F(ZipTest, FirstNameUseNameAndAMemberWithoutItsFolder) {
+  ASSERT_EQ(sh("cd '" + src + "' && mkdir sub && echo 1 > one.txt && echo 2 > two.txt && echo 3 > sub/x.txt"), 0);
+  info_zip("", "one.txt two.txt");
+  std::string first = "unchanged", renamed = "renamed.txt";
+  ASSERT_EQ(zip_to_file(zip, out, &first, 0), 0);
+  EXPECT_EQ(first, "one.txt");
+  ASSERT_EQ(zip_to_file(zip, out, &renamed, 1), 0);
+  EXPECT_EQ(read_file(out + "renamed.txt"), "2\n");  // every member went there; the last wins
+  EXPECT_EQ(renamed, "one.txt");
 
-TEST_F(ZipTest, MemberWithoutItsFolderFailsWithNoSuchFile) {
-  ASSERT_EQ(sh("cd '" + src + "' && mkdir sub && echo 1 > first.txt && echo 2 > sub/x.txt"), 0);
-  info_zip("-D", "first.txt sub/x.txt");  // -D: no folder members
+  info_zip("-D", "sub/x.txt");  // -D: no folder members, so sub/ is never made
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 2);
-  EXPECT_EQ(read_file(out + "first.txt"), "1\n");  // earlier members stay
   EXPECT_NE(log.text().find("Zip to file failed with error err = 2. file = "), std::string::npos) << log.text();
 }
 
-TEST_F(ZipTest, EmptyArchiveUnpacksToNothing) {
-  write_text(src + "/a", "a");
-  info_zip("", "a");
-  ASSERT_EQ(sh("zip -q -d '" + zip + "' a >/dev/null 2>&1; test -s '" + zip + "'"), 0);
-  EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
-  EXPECT_EQ(sh("test -z \"$(ls -A '" + out + "')\""), 0);
-}
-
-TEST_F(ZipTest, BrokenArchivesGiveTheirNumbers) {
+TEST_F(ZipTest, EmptyAndBrokenArchives) {
   ASSERT_EQ(sh("head -c 200000 /dev/urandom > '" + src + "/blob'"), 0);
   info_zip("-0", "blob");  // stored, so the offset below lands in the data
   const std::string whole = read_file(zip);
+  ASSERT_EQ(sh("cp '" + zip + "' '" + zip + ".e' && zip -q -d '" + zip + ".e' blob >/dev/null 2>&1"), 0);
+  EXPECT_EQ(zip_to_file(zip + ".e", out, nullptr, 0), 0) << log.text();
+  EXPECT_EQ(sh("test -z \"$(ls -A '" + out + "')\""), 0);
+
   EXPECT_EQ(zip_to_file(log.dir.file("missing.zip"), out, nullptr, 0), 20001);
-  for (std::string cut : {whole.substr(0, whole.size() / 2), whole.substr(0, 3), std::string(),
-                          std::string("PK\x05\x06"), std::string("a text file called .zip\n")}) {
+  for (std::string cut : {whole.substr(0, whole.size() / 2), std::string(), std::string("PK\x05\x06")}) {
     write_text(zip, cut);
     EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 20001) << cut.size();
   }
   EXPECT_NE(log.text().find("ok i am about to report that i could not open a zip file for extraction!\n"),
             std::string::npos);
-  EXPECT_EQ(error_str(20001), "We were unable to open a zip file.  It may be missing or damaged");
-
   // Intact directory, damaged data: the check at the member's close fails.
   std::string bad = whole;
   bad[1000] ^= 0x55;
@@ -131,54 +123,31 @@ TEST_F(ZipTest, BrokenArchivesGiveTheirNumbers) {
   EXPECT_FALSE(exists(out + "blob"));
 }
 
-TEST_F(ZipTest, EscapingMembersAreRefusedAndWriteNothingOutside) {
-  const struct { const char* name; std::string lands; } cases[] = {
-      {"../evil.txt", log.dir.file("evil.txt")},
-      {"sub/../../evil2.txt", log.dir.file("evil2.txt")},
-      {"..\\\\evil3.txt", log.dir.file("evil3.txt")},  // two backslashes: an empty component between
-      {"ok:..:..:evil4.txt", log.dir.file("evil4.txt")},
-      {"/tmp/zephyra_abs_evil.txt", "/tmp/zephyra_abs_evil.txt"},
-  };
-  for (const auto& c : cases) {
-    py_zip("z.writestr('good.txt', b'fine')\nz.writestr(zipfile.ZipInfo(r'" + std::string(c.name) + "'), b'evil')");
-    EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 20002) << c.name;
-    EXPECT_FALSE(exists(c.lands)) << c.name;
+TEST_F(ZipTest, EscapingMembersAndPlantedLinksWriteNothingOutside) {
+  for (std::string name : {"sub/../../evil.txt", "/tmp/zephyra_abs_evil.txt"}) {
+    py_zip("z.writestr('good.txt', b'fine')\nz.writestr(zipfile.ZipInfo(r'" + name + "'), b'evil')");
+    EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 20002) << name;
     EXPECT_EQ(read_file(out + "good.txt"), "fine");
-    EXPECT_NE(log.text().find(std::string("UNZIP refused member \"") + c.name +
-                              "\": it would land outside the folder " + out + "\n"),
+    EXPECT_NE(log.text().find("UNZIP refused member \"" + name + "\": it would land outside the folder " + out + "\n"),
               std::string::npos)
         << log.text();
   }
-  EXPECT_EQ(error_str(20002), "We were unable to read from a zip file.  It may be missing or damaged");
-  for (const char* bad : {"..", "a/..", "..\\x", "a:..:b", "\\abs", ":abs"}) EXPECT_TRUE(zip_name_escapes(bad)) << bad;
+  EXPECT_FALSE(exists(log.dir.file("evil.txt")) || exists("/tmp/zephyra_abs_evil.txt"));
+  for (const char* bad : {"..", "a/..", "..\\x", "a\\\\..\\b", "a:..:b", "\\abs", ":abs"})
+    EXPECT_TRUE(zip_name_escapes(bad)) << bad;
   for (const char* fine : {"", "a/b/", "..x", "x..", "a/...", "./x"}) EXPECT_FALSE(zip_name_escapes(fine)) << fine;
-}
 
-TEST_F(ZipTest, LinkPlantedByAMemberIsNotARoadOut) {
   std::string outside = log.dir.file("elsewhere");
   mkdir(outside.c_str(), 0755);
   py_link("door", "../elsewhere", "z.writestr('door/evil.txt', b'evil')");
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 20002);
   EXPECT_TRUE(S_ISLNK(lstat_of(out + "door").st_mode));  // the link itself is inside
   EXPECT_FALSE(exists(outside + "/evil.txt"));
-  EXPECT_NE(log.text().find("UNZIP refused member \"door/evil.txt\""), std::string::npos);
-
   // A link that stays inside the folder may be written through.
   mkdir((out + "real").c_str(), 0755);
   py_link("alias", "real", "z.writestr('alias/file.txt', b'in')");
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   EXPECT_EQ(read_file(out + "real/file.txt"), "in");
-}
-
-TEST_F(ZipTest, FirstNameTakesTheFirstMemberOnlyAndUseNameRedirects) {
-  ASSERT_EQ(sh("cd '" + src + "' && echo 1 > one.txt && echo 2 > two.txt"), 0);
-  info_zip("", "one.txt two.txt");
-  std::string first = "unchanged", renamed = "renamed.txt";
-  ASSERT_EQ(zip_to_file(zip, out, &first, 0), 0);
-  EXPECT_EQ(first, "one.txt");
-  ASSERT_EQ(zip_to_file(zip, out, &renamed, 1), 0);
-  EXPECT_EQ(read_file(out + "renamed.txt"), "2\n");  // every member went there; the last wins
-  EXPECT_EQ(renamed, "one.txt");
 }
 
 TEST_F(ZipTest, OwnArchivesPassInfoZipAndRoundTrip) {
@@ -194,8 +163,6 @@ TEST_F(ZipTest, OwnArchivesPassInfoZipAndRoundTrip) {
 
   EXPECT_EQ(file_to_zip(src + "/missing", log.dir.file("b.zip")), 20006);
   EXPECT_FALSE(exists(log.dir.file("b.zip")));
-  EXPECT_EQ(file_to_zip(file, file + "/x.zip"), 20003);  // a file can't hold a folder
-  EXPECT_EQ(error_str(20003), "We were unable to create a zip file");
   EXPECT_NE(log.text().find("file_to_zip failed with error 20006.\nfile = Files/io_utils line = "), std::string::npos);
 }
 
