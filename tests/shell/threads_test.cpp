@@ -35,10 +35,6 @@ TEST(ProcessorCount, CountsModelNameLinesAndFallsBackToOne) {
     EXPECT_EQ(c.count, UTL_count_processors_in(path.c_str())) << (c.text ? c.text : "missing");
   }
   remove_tree(dir);
-  int listed = 0;
-  std::ifstream in("/proc/cpuinfo");
-  for (std::string line; std::getline(in, line);) listed += line.compare(0, 10, "model name") == 0;
-  EXPECT_EQ(listed > 0 ? listed : 1, UTL_count_processors());
 }
 
 TEST(MessageQueue, KeepsOrderWakesAWaitingReaderAndTimesOut) {
@@ -46,8 +42,7 @@ TEST(MessageQueue, KeepsOrderWakesAWaitingReaderAndTimesOut) {
   UTL_message_queue_create(&q);
   EXPECT_EQ(nullptr, UTL_message_queue_read(q, 50));   // nothing arrives: null
   int a = 1, b = 2, c = 3;
-  UTL_message_queue_write(q, &a);
-  UTL_message_queue_write(q, &b);
+  for (int* m : {&a, &b}) UTL_message_queue_write(q, m);
   EXPECT_EQ(&a, UTL_message_queue_read(q, -1));
   EXPECT_EQ(&b, UTL_message_queue_read(q, 0));
   // A reader blocked for ever is woken by a later write from another thread.
