@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <tuple>
 
 #include "install/person.h"
 #include "install/stage.h"
@@ -11,8 +12,8 @@
 namespace {
 
 TEST(TrimDestFolder, RemovesTheFirstElementOnly) {
-  const char* cases[][2] = {{"", ""},      {"abc", "abc"}, {"abc/def", "def"}, {"/a/b", "a/b"},
-                            {"a/b/c", "b/c"}, {"abc/", ""},   {"/", ""},        {"//x", "/x"}};
+  const char* cases[][2] = {{"", ""},        {"abc", "abc"}, {"/a/b", "a/b"},
+                            {"a/b/c", "b/c"}, {"/", ""},      {"//x", "/x"}};
   for (auto& c : cases) {
     std::string s = c[0];
     trim_dest_folder(s);
@@ -77,8 +78,8 @@ TEST_F(Destination, PickAsksTheChooserAndJudgesTheAnswer) {
   };
   dest_dir_path = tmp.mkdirs("start/");
   stg.dest_known = 1;
-  EXPECT_EQ(pick_dest_path(), 0);
-  EXPECT_EQ(dest_dir_path + std::to_string(stg.dest_known), tmp.path + "start/1");  // unchanged
+  EXPECT_EQ(pick_dest_path(), 0);  // cancelled: nothing changes
+  EXPECT_EQ(dest_dir_path + std::to_string(stg.dest_known), tmp.path + "start/1");
   EXPECT_EQ(chooser_saw, "21Pick a folder to install Zephyra to! Be sure to pick your existing "
                          "folder if you already have one!|This is my Zephyra destination|" +
                          tmp.path + "start/");
@@ -92,17 +93,18 @@ TEST_F(Destination, PickAsksTheChooserAndJudgesTheAnswer) {
 TEST_F(Destination, RenameFollowsTheFolderOrChangesNothing) {
   const std::string zephyra = tmp.mkdirs("Zephyra/");
   tmp.put("Zephyra/a.txt", "a");
-  // A name that is no name, and a destination without a name of its own.
-  for (auto [from, name] : {std::pair{zephyra, "bad/name"}, std::pair{std::string("/"), "x"}}) {
+  tmp.put("taken/x", "a folder that isn't empty holds the name");
+  // A name that is no name or taken, a destination without a name of its
+  // own, then a good one.
+  const std::tuple<std::string, const char*, std::string> table[] = {
+      {zephyra, "bad/name", zephyra}, {zephyra, "taken", zephyra}, {"/", "x", "/"},
+      {zephyra, "8.70", tmp.path + "8.70/"}};
+  for (auto& [from, name, to] : table) {
     dest_dir_path = from;
     install_name = name;
-    EXPECT_NE(rename_dest_folder(), 0) << name;
-    EXPECT_EQ(dest_dir_path, from);
+    EXPECT_EQ(rename_dest_folder() == 0, from != to) << name;
+    EXPECT_EQ(dest_dir_path, to);
   }
-  dest_dir_path = zephyra;
-  install_name = "8.70";
-  EXPECT_EQ(rename_dest_folder(), 0);
-  EXPECT_EQ(dest_dir_path, tmp.path + "8.70/");
   EXPECT_TRUE(tmp.exists("8.70/a.txt") && !tmp.exists("Zephyra"));
 }
 
