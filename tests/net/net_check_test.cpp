@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
 
 #include "files/alert.h"
 #include "net/clock.h"
@@ -26,6 +25,9 @@ class NetCheck : public testing::Test {
     for (int s = 0; s < 6; ++s) net_test::drop_slot(s);
     xtim.frame_count = 0;
   }
+  int check(const std::string& path, const std::string& file) {
+    return http.net_check(2, "example", path, file);
+  }
 };
 
 std::string report(const std::string& file, const std::string& server, int done, int complete,
@@ -43,22 +45,15 @@ TEST_F(NetCheck, ThroughTheProxyTheTargetNamesTheServerAndTheResultComesWithTheL
   script_server srv;
   net_test::proxy_to_loopback proxy(srv.port);
   const std::string colon_dest = tmp.path + ":got.zip";  // any dir char becomes a slash
-  ASSERT_TRUE(net_test::poll_until([&] {
-    EXPECT_EQ(http.net_check(2, "example", ":a b\\c.zip", colon_dest), 0);
-    return !srv.request(0).empty();
-  }));
-  EXPECT_EQ(srv.request(),
-            "GET http://example/a%20b/c.zip HTTP/1.1\r\n"
-            "Connection: close\r\n"
-            "Host: example\r\n"
-            "User-agent: Installer-LIN/RC-1\r\n"
-            "\r\n");
+  EXPECT_EQ(srv.request([&] { EXPECT_EQ(check(":a b\\c.zip", colon_dest), 0); }),
+            "GET http://example/a%20b/c.zip HTTP/1.1\r\nConnection: close\r\n"
+            "Host: example\r\nUser-agent: Installer-LIN/RC-1\r\n\r\n");
 
   srv.send("HTTP/1.1 200 OK\r\nContent-Length: 7\r\n\r\ncontent");
   int r = 0;
   ASSERT_TRUE(net_test::poll_until([&] {
     const bool had_data = http.down_objects[2]->status_code != -1;
-    r = http.net_check(2, "example", ":a b\\c.zip", colon_dest);
+    r = check(":a b\\c.zip", colon_dest);
     EXPECT_FALSE(had_data && r == 0) << "no 1 on the call that brought the last bytes";
     return r != 0;
   }));
@@ -75,33 +70,34 @@ TEST_F(NetCheck, EveryFailureFreesTheSlotWithTheReportInTheLog) {
                            report(dest, "no-such-host.invalid", 0, 0, 1, 0, 20011, " (#0)"));
 
   net_test::write_file(tmp.file("plain"), "x");
-  const std::string stuck = "HTTP/1.1 200 OK\r\nContent-Length: 9999999\r\n\r\n" +
-                            std::string(256 * 1024, 'x');  // a silence follows
+  const std::string ok = "HTTP/1.1 200 OK\r\nContent-Length: ";
   struct {
-    const char* what;
     std::string response;  // empty: nobody listens
     bool reset;
     std::string dest, log;
     const char* file;  // what stays on disk; null: not looked at
   } cases[] = {
-      {"refused", "", false, dest, report(dest, "example", 1, 0, 0, 3, 0, " (#-1)"), nullptr},
-      {"an error status", "HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\n\r\nnot here!", false,
-       dest, report(dest, "example", 1, 1, 0, 3, 0, "Not Found (#404)"), "not here!"},
-      {"reset halfway", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\npart", true, dest,
-       report(dest, "example", 1, 0, 0, 3, 0, "OK (#200)"), "part"},
-      {"destination can't be opened", "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody", false,
-       tmp.file("plain/out.zip"),
+      {"", false, dest, report(dest, "example", 1, 0, 0, 3, 0, " (#-1)"), nullptr},
+      {"HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\n\r\nnot here!", false, dest,
+       report(dest, "example", 1, 1, 0, 3, 0, "Not Found (#404)"), "not here!"},
+      {ok + "100\r\n\r\npart", true, dest, report(dest, "example", 1, 0, 0, 3, 0, "OK (#200)"),
+       "part"},
+      {ok + "4\r\n\r\nbody", false, tmp.file("plain/out.zip"),
        report(tmp.file("plain/out.zip"), "example", 1, 0, 1, 3, ENOTDIR, "OK (#200)"), nullptr},
-      {"disk full", stuck, false, "/dev/full",
+      // Past one stdio buffer, so the write itself fails; the line stays open.
+      {ok + "9999999\r\n\r\n" + std::string(32 * 1024, 'x'), false, "/dev/full",
        report("/dev/full", "example", 0, 0, 1, 5, ENOSPC, "OK (#200)"), nullptr},
   };
   for (const auto& k : cases) {
-    SCOPED_TRACE(k.what);
+    SCOPED_TRACE(k.log);
     script_server srv;
     net_test::proxy_to_loopback proxy(k.response.empty() ? net_test::free_port() : srv.port);
-    if (!k.response.empty()) srv.send(k.response);
-    if (k.reset) srv.hang_up(true);
     const size_t before = tmp.log().size();
+    if (!k.response.empty()) {
+      ASSERT_FALSE(srv.request([&] { check("/f.zip", k.dest); }).empty());
+      srv.send(k.response);
+      if (k.reset) srv.hang_up(true);
+    }
     EXPECT_EQ(net_test::fetch(2, "example", "/f.zip", k.dest), 2);
     EXPECT_EQ(http.down_objects[2], nullptr);
     EXPECT_EQ(tmp.log().substr(before), k.log);
@@ -116,26 +112,24 @@ TEST_F(NetCheck, NothingEverTimesOutBecauseTheStallClockIsTheFrameCountersBits) 
   // float, which stays next to zero, so a silent server is waited on forever.
   script_server silent;
   net_test::proxy_to_loopback proxy(silent.port);
-  for (int frame : {0, 100, 100000, 1000000000}) {
+  ASSERT_FALSE(silent.request([&] { EXPECT_EQ(check("/f.zip", dest), 0); }).empty());
+  for (int frame : {100, 1000000000}) {
     xtim.frame_count = frame;
     xtim.real_time = static_cast<float>(frame) / 60.0f;
-    for (int i = 0; i < 5; ++i, usleep(1000))
-      ASSERT_EQ(http.net_check(2, "example", "/f.zip", dest), 0) << frame;
+    EXPECT_EQ(check("/f.zip", dest), 0) << frame;
   }
-  ASSERT_FALSE(silent.request().empty());  // it was asked, and never answered
 
   // The test itself is there: once the bits read above 30 it fires, with
   // nothing logged.
   const float past = 31.0f;
   std::memcpy(&xtim.frame_count, &past, sizeof past);
-  EXPECT_EQ(http.net_check(2, "example", "/f.zip", dest), 2);
+  EXPECT_EQ(check("/f.zip", dest), 2);
   EXPECT_EQ(http.down_objects[2], nullptr);
   EXPECT_EQ(tmp.log(), "");
 }
 
 TEST(AgentText, TheLastFourCharactersOfTheVersionOrNothing) {
   EXPECT_EQ(make_agent_text("Zephyra 8.50 RC-1"), "Installer-LIN/RC-1");
-  EXPECT_EQ(make_agent_text("RC-1"), "Installer-LIN/RC-1");
   EXPECT_EQ(make_agent_text("1.0"), "Installer-LIN/");
 }
 
@@ -158,7 +152,7 @@ TEST(NetCheckDeathTest, SlotMisuseRaisesTheFatalAlert) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   for (int slot : {6, -1})
     EXPECT_DEATH(misuse(slot, "example", "/f.zip"), "Too many download objects requested!////level 2");
-  for (const char* server : {"host/", "host\\", "host:"})
+  for (const char* server : {"host\\", "host:"})
     EXPECT_DEATH(misuse(2, server, "/f.zip"),
                  "net_check error! You have a dirchar at the end of the server name!/"
                  "You should not!/Our convention is that a server name is simply a server "

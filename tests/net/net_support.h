@@ -12,14 +12,10 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
-#include <deque>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 #include <string>
-#include <thread>
 
 #include "files/log.h"
 #include "net/clock.h"
@@ -79,10 +75,8 @@ struct scratch {
 template <class F>
 bool poll_until(F step, int ms = 5000) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
-  while (!step()) {
+  for (; !step(); usleep(500))
     if (std::chrono::steady_clock::now() > end) return false;
-    usleep(500);
-  }
   return true;
 }
 
@@ -103,9 +97,7 @@ inline void drop_slot(int slot) {
 // A TCP socket bound to a free loopback port, listening or not.
 inline int loopback_socket(bool listening, unsigned short* port) {
   const int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in a{};
-  a.sin_family = AF_INET;
-  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in a{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
   bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
   if (listening) listen(fd, 8);
   socklen_t len = sizeof a;
@@ -121,111 +113,50 @@ inline unsigned short free_port() {
   return port;
 }
 
-// One loopback connection served by a thread: it accepts, keeps the request
-// head, then plays what the test queues, in order.
+// The server end of one loopback connection, played by the test thread
+// itself: a loopback send lands in the peer's queue at once.
 class script_server {
  public:
   unsigned short port = 0;
 
-  script_server() : lfd_(loopback_socket(true, &port)), worker_([this] { run(); }) {}
+  script_server() : lfd_(loopback_socket(true, &port)) {}
   ~script_server() {
-    {
-      std::lock_guard<std::mutex> g(m_);
-      stop_ = true;
-      if (cfd_ >= 0) shutdown(cfd_, SHUT_RDWR);  // unblocks a send nobody reads
-    }
-    cv_.notify_all();
-    worker_.join();
-    if (cfd_ >= 0) close(cfd_);
+    hang_up();
     close(lfd_);
   }
   script_server(const script_server&) = delete;
   script_server& operator=(const script_server&) = delete;
 
-  // Bytes in one write, or one at a time with a pause between.
-  void send(const std::string& bytes, int pause_ms = 0) { push({bytes, pause_ms, 0}); }
-  // Ends the connection after what is queued: an orderly close, or a reset.
-  void hang_up(bool reset = false) { push({"", 0, reset ? 2 : 1}); }
-  // The request head once its blank line has arrived; empty before that.
-  std::string request(int ms = 5000) {
-    std::unique_lock<std::mutex> g(m_);
-    cv_.wait_for(g, std::chrono::milliseconds(ms), [&] { return request_done_; });
-    return request_;
+  // The request head once its blank line is in, calling step (which drives
+  // the client) while waiting; empty at the deadline. Answer only after it:
+  // closing over an unread request would turn into a reset.
+  template <class F>
+  std::string request(F step, int ms = 5000) {
+    const bool in = poll_until([&] {
+      step();
+      pollfd p{lfd_, POLLIN, 0};
+      if (fd_ < 0 && poll(&p, 1, 0) > 0) fd_ = accept(lfd_, nullptr, nullptr);
+      char buf[4096];
+      for (ssize_t n; fd_ >= 0 && (n = recv(fd_, buf, sizeof buf, MSG_DONTWAIT)) > 0;)
+        got_.append(buf, static_cast<size_t>(n));
+      return got_.find("\r\n\r\n") != std::string::npos;
+    }, ms);
+    return in ? got_ : "";
+  }
+  void send(const std::string& bytes) { ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
+  // An orderly close, or a reset.
+  void hang_up(bool reset = false) {
+    if (fd_ < 0) return;
+    linger l{1, 0};  // a zero linger turns the close into a reset
+    if (reset) setsockopt(fd_, SOL_SOCKET, SO_LINGER, &l, sizeof l);
+    close(fd_);
+    fd_ = -1;
+    got_.clear();  // the next request comes on a new connection
   }
 
  private:
-  struct step {
-    std::string bytes;
-    int pause_ms, end;
-  };
-  void push(step s) {
-    std::lock_guard<std::mutex> g(m_);
-    steps_.push_back(std::move(s));
-    cv_.notify_all();
-  }
-  static bool readable(int fd) {
-    pollfd p{fd, POLLIN, 0};
-    return poll(&p, 1, 20) > 0;
-  }
-  bool stopping() {
-    std::lock_guard<std::mutex> g(m_);
-    return stop_;
-  }
-
-  void run() {
-    while (!readable(lfd_))
-      if (stopping()) return;
-    const int fd = accept(lfd_, nullptr, nullptr);
-    {
-      std::lock_guard<std::mutex> g(m_);
-      cfd_ = fd;
-    }
-    std::string got;
-    while (!stopping() && got.find("\r\n\r\n") == std::string::npos) {
-      if (!readable(fd)) continue;
-      char buf[4096];
-      const ssize_t n = recv(fd, buf, sizeof buf, 0);
-      if (n <= 0) break;
-      got.append(buf, static_cast<size_t>(n));
-    }
-    std::unique_lock<std::mutex> g(m_);
-    request_ = got;
-    request_done_ = true;
-    cv_.notify_all();
-    for (;;) {
-      cv_.wait(g, [&] { return stop_ || !steps_.empty(); });
-      if (steps_.empty() || cfd_ < 0) return;
-      const step s = steps_.front();
-      steps_.pop_front();
-      g.unlock();
-      for (size_t off = 0; off < s.bytes.size();) {
-        const size_t len = s.pause_ms ? 1 : s.bytes.size() - off;
-        const ssize_t n = ::send(fd, s.bytes.data() + off, len, MSG_NOSIGNAL);
-        if (n <= 0) break;
-        off += static_cast<size_t>(n);
-        if (s.pause_ms) std::this_thread::sleep_for(std::chrono::milliseconds(s.pause_ms));
-      }
-      g.lock();
-      if (s.end == 2) {
-        linger l{1, 0};  // a zero linger turns the close into a reset
-        setsockopt(fd, SOL_SOCKET, SO_LINGER, &l, sizeof l);
-      }
-      if (s.end) {
-        close(fd);
-        cfd_ = -1;
-      }
-    }
-  }
-
-  int lfd_;
-  int cfd_ = -1;
-  std::mutex m_;
-  std::condition_variable cv_;
-  std::deque<step> steps_;
-  bool stop_ = false;
-  bool request_done_ = false;
-  std::string request_;
-  std::thread worker_;  // last: it starts once everything above is made
+  int lfd_, fd_ = -1;
+  std::string got_;
 };
 
 // nginx serving root/www on a free loopback port, everything it writes kept
@@ -243,14 +174,8 @@ class nginx_server {
     for (int attempt = 0; attempt < 5 && pid_ <= 0; ++attempt) start();
   }
   ~nginx_server() {
-    if (pid_ <= 0) return;
-    kill(pid_, SIGTERM);
-    for (int i = 0; i < 300; ++i) {
-      if (waitpid(pid_, nullptr, WNOHANG) == pid_) return;
-      usleep(10000);
-    }
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
+    // One process (no master), and everything it wrote goes with root.
+    if (pid_ > 0 && kill(pid_, SIGKILL) == 0) waitpid(pid_, nullptr, 0);
   }
   nginx_server(const nginx_server&) = delete;
   nginx_server& operator=(const nginx_server&) = delete;
@@ -280,16 +205,9 @@ class nginx_server {
       _exit(127);
     }
     // Ready once it accepts a connection; gone early means the port was taken.
-    for (int i = 0; child > 0 && i < 500; ++i) {
-      if (waitpid(child, nullptr, WNOHANG) == child) {
-        error = read_file(log);
-        return;
-      }
+    for (int i = 0; child > 0 && i < 500 && waitpid(child, nullptr, WNOHANG) == 0; ++i) {
       const int fd = socket(AF_INET, SOCK_STREAM, 0);
-      sockaddr_in a{};
-      a.sin_family = AF_INET;
-      a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      a.sin_port = htons(port);
+      sockaddr_in a{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
       const bool up = connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0;
       close(fd);
       if (up) {
@@ -298,11 +216,8 @@ class nginx_server {
       }
       usleep(10000);
     }
-    if (child > 0) {
-      kill(child, SIGKILL);
-      waitpid(child, nullptr, 0);
-    }
-    error = "nginx did not start listening";
+    if (child > 0 && kill(child, SIGKILL) == 0) waitpid(child, nullptr, 0);
+    error = read_file(log) + "nginx did not start listening";
   }
 
   std::string root_;

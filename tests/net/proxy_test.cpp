@@ -15,7 +15,6 @@ TEST(Proxy, BothSettingsAreNeededAndExcludedEndingsMatchExactBytes) {
       {"", 3128, {}, "example", false},
       {"cache", 0, {}, "example", false},
       {"cache", 3128, {}, "example", true},
-      {"cache", 3128, {"intranet"}, "cache.intranet", false},
       {"cache", 3128, {"intranet"}, "intranet", false},
       {"cache", 3128, {"intranet"}, "myintranet", false},  // an ending, not a domain rule
       {"cache", 3128, {"intranet"}, "intranet.zone", true},
