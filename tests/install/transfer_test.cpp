@@ -266,3 +266,31 @@ TEST_F(Transfer, ACorruptArchiveFailsTheRunAndIsRemoved) {
   expect_no_archives();
   EXPECT_EQ(dest_dir_path, tmp.file("user/Zephyra/"));  // a failed run is not renamed
 }
+
+// Deletions alone, no network: emptied folders go, children before parents,
+// but never the user's own file nor the destination itself.
+TEST_F(Transfer, DeletionsCleanUpFoldersButNeverTheDestination) {
+  scratch_dir d;
+  dest_dir_path = d.mkdirs("Zephyra/");
+  d.put("Zephyra/top.txt", "x");
+  d.put("Zephyra/A/B/C/deep.txt", "x");
+  d.put("Zephyra/Mine/theirs.txt", "x");
+  d.put("Zephyra/Mine/user notes.txt", "keep me");
+  for (const char* p : {"Zephyra/top.txt", "Zephyra/A/B/C/deep.txt", "Zephyra/Mine/theirs.txt"}) {
+    file_version_struct r;
+    r.file_path = p;
+    r.sig_want = "GONE";
+    r.want_del = 1;
+    sim_info.push_back({r});
+  }
+  next.reset_all_streams();
+  EXPECT_EQ(run(), 1);
+  EXPECT_FALSE(d.exists("Zephyra/top.txt"));
+  EXPECT_FALSE(d.exists("Zephyra/A"));
+  EXPECT_FALSE(d.exists("Zephyra/Mine/theirs.txt"));
+  EXPECT_TRUE(d.exists("Zephyra/Mine/user notes.txt"));
+  EXPECT_TRUE(d.exists("Zephyra/"));
+  // The file directly in the destination recorded no folder.
+  EXPECT_EQ(deleted_files.count(dest_dir_path), 0u);
+  EXPECT_EQ(deleted_files.size(), 4u);  // A/, A/B/, A/B/C/, Mine/
+}
