@@ -1,7 +1,5 @@
 // Every control in its states under Xvfb, saved as build/controls.png (the
-// copy in docs/ is what README shows), and read back where the states must
-// differ: checked or not, pressed or not, arrows shown or not, held or not,
-// the caret.
+// copy in docs/ is what README shows), and read back where states differ.
 #include <cstdlib>
 #include <string>
 
