@@ -14,7 +14,7 @@
 #include "install/person.h"
 #include "install/servers.h"
 #include "install/stage.h"
-#include "app/controls_for_now.h"
+#include "toolkit/controls.h"
 #include "toolkit/draw.h"
 #include "toolkit/frames.h"
 #include "toolkit/sheet.h"
