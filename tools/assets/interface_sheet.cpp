@@ -214,7 +214,8 @@ void boxed_field(raster& r) {
 void popup_list(raster& r) {
   const strip_source& s = strip(10);
   const box b = strip_box(s);
-  layered_box(r, b.x, b.y, b.x + b.w, b.y + b.h, 6, {{1, ink}, {1, white}},
+  // Two clear columns at each end: the list's labels sit right against the strip.
+  layered_box(r, b.x + 2, b.y, b.x + b.w - 2, b.y + b.h, 6, {{1, ink}, {1, white}},
               rows_from(opaque(200, 209, 220), opaque(250, 251, 253), b.y, b.y + b.h), b);
   // The drop arrow and its divider live in the right cap.
   const int div = s.s + s.body_end + 3;
