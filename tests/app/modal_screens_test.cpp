@@ -136,10 +136,11 @@ TEST_F(ModalScreen, AgreementAnswersAndItsScreenshot) {
   handle_EULA_forget();
   shot("agreement");
   // Decline, the close corner, Agree; each answer still pumps one frame.
-  for (const float* r : {(const float[3]){340, 21, 0}, (const float[3]){10, 292, 0}, (const float[3]){430, 21, 1}}) {
+  const int rows[3][3] = {{340, 21, 0}, {10, 292, 0}, {430, 21, 1}};
+  for (const auto& r : rows) {
     click(r[0], r[1]);
     then([] {});
-    EXPECT_EQ(int(r[2]), handle_EULA());
+    EXPECT_EQ(r[2], handle_EULA());
   }
   EXPECT_EQ(1, handle_EULA()) << "asked once a run";
   handle_EULA_forget();
