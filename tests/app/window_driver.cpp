@@ -115,17 +115,24 @@ void dialog_origin(int code, float* x, float* y) {
 }
 
 std::string drive_window_install(window_driver_class& w, double seconds,
-                                 const std::function<void()>& before_start) {
+                                 const std::function<void()>& before_start,
+                                 const std::function<void(const char*)>& step) {
+  auto reached = [&](const char* name) {
+    if (step) step(name);
+  };
   if (!w.wait_for_window(30)) return "no window";
+  reached("window");
   auto start_green = [&] {
     const window_rgb c = w.pixel(kStartSpot.x, kStartSpot.y);
     return c.g > c.r + 20 && c.g > c.b + 20;
   };
   if (!w.wait_until(start_green, seconds)) return "START never turned green";
+  reached("START green");
   if (before_start) before_start();
   w.remember_sky();
   w.click(kStartSpot.x, kStartSpot.y);
   if (!w.wait_for_dialog(true)) return "no agreement after START";
+  reached("agreement");
   float ox, oy;
   dialog_origin(1, &ox, &oy);
   w.click(ox + kAgreeSpot.x, oy + kAgreeSpot.y);
@@ -134,6 +141,7 @@ std::string drive_window_install(window_driver_class& w, double seconds,
                    [](window_rgb c) { return c.g > c.r + 40 && c.g > c.b + 40; }) > 20;
   };
   if (!w.wait_until(complete, seconds)) return "never INSTALLATION COMPLETE!";
+  reached("INSTALLATION COMPLETE!");
   w.click(kQuitSpot.x, kQuitSpot.y);
   return "";
 }

@@ -60,5 +60,7 @@ inline constexpr window_spot kSkySpot = {900, 400};
 // What a person does for a fresh install: waits for START to turn green,
 // presses it, agrees, waits for "INSTALLATION COMPLETE!" in green, and quits.
 // before_start runs first, on the ready screen. Returns "" or what went wrong.
+// step, when given, hears the name of each stage reached.
 std::string drive_window_install(window_driver_class& w, double seconds,
-                                 const std::function<void()>& before_start = nullptr);
+                                 const std::function<void()>& before_start = nullptr,
+                                 const std::function<void(const char*)>& step = nullptr);
