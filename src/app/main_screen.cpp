@@ -107,7 +107,6 @@ void app_go_to_URL(const std::string& url) {
 
 void main_screen_update() {
   main_screen_shown shown;
-  shown.prefs_opened = main_screen_last.prefs_opened;
 
   OGL_2dquad_d(tex_back_1, 0, 1, 0, 0, 0, 0, 1024, 768, 1, 0.75f, alpha_none);
   stage_server_step();
@@ -136,10 +135,7 @@ void main_screen_update() {
 
   for (int i = 0; i < stg.server_count && i < server_rows; ++i)
     BTN_is_int(142, 578 - 20.0f * i, &stg.server_index, i, server_desc[i]);
-  if (BTN_action(50, 750, -1, 0, 1, "preferences")) {
-    ++shown.prefs_opened;
-    person_prefs();
-  }
+  if (BTN_action(50, 750, -1, 0, 1, "preferences")) person_prefs();
 
   interface_rect(0, 595, 644, 33, 128, 86, 0, 0);
   interface_icon(29, 608, upd.wrl_i);

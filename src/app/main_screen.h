@@ -19,7 +19,6 @@ struct main_screen_shown {
   int start_drawn = 0;
   int start_enabled = 0;
   int destination_drawn = 0;
-  int prefs_opened = 0;   // frames on which "preferences" fired
 };
 extern main_screen_shown main_screen_last;
 
