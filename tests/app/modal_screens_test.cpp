@@ -54,9 +54,6 @@ void shot(const std::string& name) { then([=] { save_docs_screen_at_next_swap(na
 
 class ModalScreen : public ScreenSuite {
  protected:
-  // The start-up screen must not draw while a suite loads the pictures.
-  static void SetUpTestSuite() { plot_init_lights = 0, ScreenSuite::SetUpTestSuite(); }
-  static void TearDownTestSuite() { ScreenSuite::TearDownTestSuite(), plot_init_lights = 0; }
   void SetUp() override {
     ScreenSuite::SetUp();
     steps.clear();
@@ -68,8 +65,6 @@ class ModalScreen : public ScreenSuite {
   }
   void TearDown() override {
     EXPECT_TRUE(steps.empty()) << steps.size() << " steps left";
-    alert_hooks.show_screen = nullptr;   // later suites alert on the console
-    person_hooks = person_hooks_t{};
     ogl_inited = 0;
     ScreenSuite::TearDown();
   }
