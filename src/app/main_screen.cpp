@@ -20,7 +20,9 @@ main_screen_shown main_screen_last;
 namespace {
 
 // Halves go away from zero, as everywhere on this screen.
-float round_half_out(float v) { return static_cast<float>(static_cast<int>(v < 0 ? v - 0.5f : v + 0.5f)); }
+float round_half_out(float v) {
+  return static_cast<float>(static_cast<int>(v < 0 ? v - 0.5f : v + 0.5f));
+}
 
 void text(int colour, float x, float y, const std::string& s, float wrap) {
   OGL_string(colour, x, y, s, wrap, charset_UI_diff_space);
