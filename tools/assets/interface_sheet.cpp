@@ -264,12 +264,10 @@ panel_style style_of(int type) {
       return {5, {{1, edge_grey}, {1, opaque(252, 253, 254)}}, opaque(236, 239, 243)};
     case 17:  // menus: white and half-white items
       return {3, {{1, dark}, {1, opaque(90, 110, 135)}}, fade(opaque(16, 24, 36), 0.96f)};
-    default:  // 20, the wide border round the main screen's texts; white so
-              // even the pure red of a failure stands out
-      return {8,
-              {{1, opaque(30, 44, 62)}, {3, opaque(120, 140, 165)}, {1, opaque(70, 88, 110)},
-               {1, opaque(214, 222, 232)}},
-              opaque(255, 255, 255)};
+    default:  // 20, round the main screen's texts: white so even the pure red
+              // of a failure stands out, a thin rim since a wrapped message
+              // comes down to 5 pixels above the panel's bottom
+      return {6, {{1, opaque(30, 44, 62)}, {1, opaque(120, 140, 165)}}, opaque(255, 255, 255)};
   }
 }
 
