@@ -4,6 +4,7 @@
 #include "files/log.h"
 #include "files/signature.h"
 #include "files/xmap.h"
+#include "install/containment.h"
 #include "install/destination.h"
 #include "install/person.h"
 #include "install/stage.h"
@@ -12,7 +13,7 @@ std::vector<std::vector<file_version_struct>> sim_info;
 std::set<std::string> deleted_files;
 int this_install_has_exes = 0;
 
-const char* const kProductDownloadURL = "http://www.vantrell.com/zephyra/download.html";
+const char* const kProductDownloadURL = "http://www.vantrell.example/zephyra/download.html";
 
 namespace {
 
@@ -138,6 +139,7 @@ int read_directory(const std::string& path, std::string message) {
                        message, name);
   }
 
+  if (refuse_escaping_rows(path)) return 2;
   if (sim_info.empty()) return 3;
 
   const int n = (int)sim_info.size();
