@@ -185,9 +185,8 @@ void down_class::start_body() {
   if (cl != headers.end()) {
     errno = 0;
     const long long v = strtoll(cl->second.c_str(), nullptr, 10);
-    // A length the counters can't hold would end in a false success; one
-    // below zero would never end at all.
-    if (errno == ERANGE || v > INT_MAX || v < 0)
+    // A length the counters can't hold would end in a false success.
+    if (errno == ERANGE || v > INT_MAX || v < INT_MIN)
       os_err = EFBIG;
     else
       content_len = static_cast<int>(v);
