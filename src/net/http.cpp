@@ -295,8 +295,9 @@ int http_class::net_check(int stream, std::string server, std::string path,
   }
 
   down_class*& slot = down_objects[stream];
+  const std::string server_key = server;  // as the callers name it, on every call
   if (!slot && retry_wait_max > 0) {
-    auto r = retry_table.find(server);
+    auto r = retry_table.find(server_key);
     if (r != retry_table.end() && now_seconds() < r->second.not_before) return 0;
   }
   if (!slot) {
@@ -342,11 +343,11 @@ int http_class::net_check(int stream, std::string server, std::string path,
   if (d->status_code >= 200 && d->status_code <= 299 && d->IsComplete() && !d->IsErr()) {
     delete d;
     slot = nullptr;
-    retry_table.erase(server);
+    retry_table.erase(server_key);
     return 1;
   }
   if (retry_wait_max > 0) {
-    retry_state& r = retry_table[server];
+    retry_state& r = retry_table[server_key];
     const double wait = r.failures < 5 ? static_cast<double>(1 << r.failures) : 1e9;
     r.failures = r.failures < 30 ? r.failures + 1 : 30;
     r.not_before = now_seconds() + (wait < retry_wait_max ? wait : retry_wait_max);
