@@ -30,3 +30,8 @@ int refuse_escaping_rows(const std::string& list_path) {
 }
 
 bool inside_dest(const std::string& path) { return lies_inside(path, dest_dir_path); }
+
+bool plain_name(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(":/\\") == std::string::npos;
+}

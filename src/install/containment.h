@@ -14,3 +14,7 @@ int refuse_escaping_rows(const std::string& list_path);
 
 // True when path, links followed, lies inside dest_dir_path.
 bool inside_dest(const std::string& path);
+
+// True when name can only name something directly inside a folder: not
+// empty, no separator of any of the three, not "." or "..".
+bool plain_name(const std::string& name);

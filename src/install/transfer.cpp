@@ -174,6 +174,9 @@ int grab_files() {
 
   next.install_done = 1;
   clean_up_folders();
-  if (this_install_has_exes != 0 && stg.rename_folder != 0) rename_dest_folder();
+  // The release's name comes from the server; one that is no plain name
+  // would move the folder somewhere else.
+  if (this_install_has_exes != 0 && stg.rename_folder != 0 && plain_name(install_name))
+    rename_dest_folder();
   return 1;
 }
