@@ -31,7 +31,7 @@ const char* const kConsoleUsageText[] = {
     "",
     "INSTALLER OPTIONS",
     "zephyra-installer -path DIR --console [--agree] [--changed=ask|keep|overwrite|cancel]",
-    "                  [--verify] [--server=HOST]",
+    "                  [--verify] [--server=HOST] [--wait=SECONDS]",
     "-path DIR",
     "The folder to install into or update; it must come first. Without it the",
     "folder remembered from the last run is used (the first time, your home folder).",
@@ -48,6 +48,9 @@ const char* const kConsoleUsageText[] = {
     "Lists what an installation would fetch, delete and ask about, and changes nothing.",
     "--server=HOST",
     "Takes the server list from HOST instead of the maker's main server, for this run.",
+    "--wait=SECONDS",
+    "Gives up when no server has sent a byte for this long (default 300). A server",
+    "that refuses is asked again after 1 s, then 2, 4 and so on up to 30 s.",
     "",
     "EXIT STATUS OF --console",
     "0  installed, nothing was needed, or --verify finished",
@@ -56,6 +59,7 @@ const char* const kConsoleUsageText[] = {
     "3  cancelled at a question about a changed file",
     "4  the server list or the directory list can't be used by this installer",
     "5  wrong console options",
+    "6  no server sent anything for --wait seconds",
     nullptr,
 };
 
@@ -68,6 +72,7 @@ struct console_options {
   bool verify = false;
   changed_mode changed = changed_ask;
   bool changed_given = false;
+  long wait = 300;  // seconds without a byte from any server before giving up
 };
 console_options opt;
 
@@ -189,10 +194,29 @@ void rest_if_idle() {
   last = mark;
 }
 
+// True once no server has sent a byte for opt.wait seconds; restart() starts
+// the count again (after the person was asked something).
+struct silence_watch {
+  long long last_bytes = -1;
+  double since = 0;
+  bool ended = false;  // seen during a slice; the run loop stops on it
+  void restart() { last_bytes = -1; }
+  bool too_long() {
+    const double now = static_cast<double>(xtim.microsecs()) * 1e-6;
+    if (net_bytes_received != last_bytes) {
+      last_bytes = net_bytes_received;
+      since = now;
+    }
+    return now - since >= static_cast<double>(opt.wait);
+  }
+};
+silence_watch silence;
+
 // Between the transfer's calls: a failure that comes and goes inside one
 // slice would never reach a frame's lines, so it is shown as it happens.
 void between_calls() {
   if (stg.file_failed && !scr.last_failed) show(stage_state_message(), stage_failure_lines(), true);
+  if (silence.too_long()) silence.ended = true;
   rest_if_idle();
 }
 
@@ -329,9 +353,24 @@ int finish(int status, bool save) {
   return status;
 }
 
+int give_up() {
+  say("No server has sent anything for " + std::to_string(opt.wait) + " seconds; giving up.");
+  return console_silent;
+}
+
 bool parse_options(int argc, char const* const* argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string a = argv[i] ? argv[i] : "";
+    // "-path --console" would otherwise install into a folder named "--console".
+    if (a == "-path" && i == 1 && (i + 1 >= argc || !argv[i + 1] || argv[i + 1][0] == '-' ||
+                                   argv[i + 1][0] == 0)) {
+      fprintf(stderr, "-path needs a folder after it.\n");
+      return false;
+    }
+    if (a == "-path" && i == 1) {
+      ++i;
+      continue;
+    }
     // Read only in first place, so anywhere else it would silently not count.
     if (a == "-path" && i != 1) {
       fprintf(stderr, "-path and its folder must come first.\n");
@@ -350,6 +389,16 @@ bool parse_options(int argc, char const* const* argv) {
         fprintf(stderr, "--changed takes ask, keep, overwrite or cancel, not \"%s\".\n", v.c_str());
         return false;
       }
+    }
+    if (a.rfind("--wait", 0) == 0) {
+      char* end = nullptr;
+      const char* v = a.size() > 7 && a[6] == '=' ? a.c_str() + 7 : "";
+      const long seconds = strtol(v, &end, 10);
+      if (!*v || *end || seconds < 1 || seconds > 1000000) {
+        fprintf(stderr, "--wait takes a number of seconds, as in --wait=300.\n");
+        return false;
+      }
+      opt.wait = seconds;
     }
     if (a == "--server" || a == "--server=") {
       fprintf(stderr, "--server needs a host name.\n");
@@ -397,6 +446,9 @@ int console_main(int argc, char const* const* argv) {
   scr.tty = isatty(STDOUT_FILENO) == 1;
 
   if (cmdline.has_option("--server")) main_server = cmdline.get_option("--server");
+  // A script may run for days against a refusing server: ask it less and less often.
+  http.retry_wait_max = 30;
+  silence = silence_watch{};
 
   stage_main_start(argc, argv);
   make_private_temp();
@@ -411,9 +463,10 @@ int console_main(int argc, char const* const* argv) {
     stage_list_step();
     stage_read_list();
     if (app_done || stg.dir_state == 2) {
-      say("This installer can't read what the servers publish now; a newer installer is needed.");
+      say("This installer can't use what the servers publish now.");
       return finish(console_bad_list, false);
     }
+    if (silence.too_long()) return finish(give_up(), false);
     const stage_lines lines = stage_work_and_lines();
     show(stage_state_message(), lines, false);
     if (stg.server_count == 0) return finish(console_bad_list, false);
@@ -447,11 +500,16 @@ int console_main(int argc, char const* const* argv) {
   }
 
   // Stage 1: ten-millisecond slices until grab_files is through.
-  while (stg.stage == 1) {
+  silence.restart();
+  while (stg.stage == 1 && !silence.ended) {
     console_frame();
     stage_activity_icon();
     const stage_lines lines = stage_work_and_lines(between_calls);
     show(stage_state_message(), lines, false);
+  }
+  if (silence.ended) {
+    next.reset_all_streams();
+    return finish(give_up(), true);
   }
   show(stage_state_message(), stage_work_and_lines(), true);
   return finish(stg.install_failed ? console_failed : console_done, true);

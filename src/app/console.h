@@ -9,7 +9,8 @@ enum {
   console_refused = 2,      // the agreement was refused, or could not be asked
   console_cancelled = 3,    // a changed-file question was answered with cancel
   console_bad_list = 4,     // a server or directory list this program can't use
-  console_bad_options = 5   // the console's own options were wrong
+  console_bad_options = 5,  // the console's own options were wrong
+  console_silent = 6        // no server sent a byte for --wait seconds
 };
 
 // True when the arguments ask for the console front end.

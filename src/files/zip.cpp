@@ -14,6 +14,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "files/inside.h"
 #include "files/log.h"
 #include "files/paths.h"
 #include "files/xmap.h"
@@ -46,31 +47,6 @@ bool is_empty_archive(const std::string& path) {
   unsigned entries = rec[10] | (rec[11] << 8);
   unsigned comment_len = rec[20] | (rec[21] << 8);
   return entries_here == 0 && entries == 0 && size == 22 + static_cast<long>(comment_len);
-}
-
-// Real path of an existing folder, or empty.
-std::string resolved(const std::string& path) {
-  char* r = realpath(path.c_str(), nullptr);
-  if (!r) return std::string();
-  std::string out(r);
-  free(r);
-  return out;
-}
-
-// A member's own name is checked by zip_name_escapes; this catches the other
-// road out, a symbolic link among the target's folders (one an earlier member
-// or archive put there) that points elsewhere. root is the real path of the
-// output folder; a parent that does not exist can't be written through.
-bool parent_outside(const std::string& target, const std::string& root) {
-  if (root.empty()) return false;
-  std::string t = target;
-  if (!t.empty() && t.back() == '/') t.pop_back();
-  size_t cut = t.rfind('/');
-  if (cut == std::string::npos) return false;
-  std::string parent = resolved(cut == 0 ? std::string("/") : t.substr(0, cut));
-  if (parent.empty()) return false;
-  if (root == "/" || parent == root) return false;
-  return parent.compare(0, root.size() + 1, root + "/") != 0;
 }
 
 // Opens, reads whole and closes the current member. On success data holds
@@ -109,6 +85,16 @@ int read_member(void* zip, const unz_file_info& info, unsigned char** data, int*
   return 0;
 }
 
+// Where a member is written before it is renamed into place. The path has
+// passed the separator rule already, and the longer name must not run into
+// its limit; where ".part" would make the name too long for the system, it
+// takes the place of the name's last characters.
+std::string part_name(const std::string& path) {
+  const size_t leaf = path.size() - (path.rfind('/') + 1);
+  if (leaf + 5 <= 255) return path + ".part";
+  return path.substr(0, path.size() - 5) + ".part";
+}
+
 void report_member(const char* words, int err, const std::string& path) {
   xer << words << err << ". file = " << err_file() << " line = " << sErrLine
       << ". inFile=" << path << "." << "\n";
@@ -139,8 +125,8 @@ int unzip_file(void* zip, std::string path, const unz_file_info& info) {
     // so a run killed part-way leaves the old file, never a cut-short one
     // that the next run would take for the user's own edit. The rename
     // replaces a link or read-only file in the way, never writes through it.
-    const std::string part = path + ".part";
-    delete_file(part);
+    const std::string part = part_name(path);
+    unlink(part.c_str());
     FILE* f = fopen(part.c_str(), "wb");
     if (!f) {
       err = errno;
@@ -191,13 +177,22 @@ int unzip_file(void* zip, std::string path, const unz_file_info& info) {
   return err;
 }
 
-int unzip_symlink(void* zip, std::string path, const unz_file_info& info) {
+int unzip_symlink(void* zip, std::string path, const unz_file_info& info, const std::string& root) {
   unsigned char* data = nullptr;
   int line = 0;
   int err = read_member(zip, info, &data, &line);
   if (err == 0) {
     std::string target(reinterpret_cast<const char*>(data), info.uncompressed_size);
     set_dir_chars(path);
+    // A link out would carry this run's later members, or the next run's, outside.
+    if (!root.empty() && !link_stays_inside(path, target, root)) {
+      xer << "UNZIP refused link \"" << path << "\" -> \"" << target << "\": it leads outside "
+          << root << "\n";
+      free(data);
+      note_error(__LINE__);
+      report_member("Zip to symlink failed with error ", 20002, path);
+      return 20002;
+    }
     delete_file(path);
     if (symlink(target.c_str(), path.c_str()) != 0) {
       err = errno ? errno : 5;
@@ -212,11 +207,13 @@ int unzip_symlink(void* zip, std::string path, const unz_file_info& info) {
   return err;
 }
 
-int zip_to_file(std::string zip_path, std::string out_folder, std::string* first_name, int use_name) {
+int zip_to_file(std::string zip_path, std::string out_folder, std::string* first_name, int use_name,
+                std::string root, unsigned long max_size) {
   zip_path = app_path + zip_path;
   out_folder = app_path + out_folder;
   set_dir_chars(zip_path);
   set_dir_chars(out_folder);
+  if (root.empty()) root = out_folder;
 
   // The name every member goes to when use_name is set, as the caller gave it.
   std::string given_name;
@@ -238,7 +235,6 @@ int zip_to_file(std::string zip_path, std::string out_folder, std::string* first
     return err;
   }
 
-  std::string root = resolved(out_folder);
   int err = UNZ_OK;
   unz_global_info global;
   if (unzGetGlobalInfo(zip, &global) == UNZ_OK && global.number_entry == 0)
@@ -272,16 +268,22 @@ int zip_to_file(std::string zip_path, std::string out_folder, std::string* first
     if (!mac_junk) {
       std::string os_target = target;
       set_dir_chars(os_target);
-      if (zip_name_escapes(rel) || parent_outside(os_target, root)) {
+      if (zip_name_escapes(rel) || !lies_inside(os_target, root)) {
         xer << "UNZIP refused member \"" << name << "\": it would land outside the folder "
             << out_folder << "\n";
         note_error(__LINE__);
         err = 20002;
+      } else if (!is_folder && info.uncompressed_size > max_size) {
+        // Members are read whole; the size must be judged before the memory is taken.
+        xer << "UNZIP refused member \"" << name << "\": " << info.uncompressed_size
+            << " bytes, more than the " << max_size << " it may have\n";
+        note_error(__LINE__);
+        err = 27;
       } else if (is_folder) {
         err = make_folder(target);
         if (!show_make_dir_err(err)) err = 0;
       } else if (((info.external_fa >> 16) & 0xA000) == 0xA000) {
-        err = unzip_symlink(zip, target, info);
+        err = unzip_symlink(zip, target, info, root);
       } else {
         err = unzip_file(zip, target, info);
       }

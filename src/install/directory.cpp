@@ -4,6 +4,7 @@
 #include "files/log.h"
 #include "files/signature.h"
 #include "files/xmap.h"
+#include "install/containment.h"
 #include "install/destination.h"
 #include "install/person.h"
 #include "install/stage.h"
@@ -138,6 +139,7 @@ int read_directory(const std::string& path, std::string message) {
                        message, name);
   }
 
+  if (refuse_escaping_rows(path)) return 2;
   if (sim_info.empty()) return 3;
 
   const int n = (int)sim_info.size();

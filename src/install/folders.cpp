@@ -1,9 +1,11 @@
 #include "install/folders.h"
 
+#include <cerrno>
 #include <set>
 
 #include "files/alert.h"
 #include "files/paths.h"
+#include "install/containment.h"
 #include "install/destination.h"
 #include "install/directory.h"
 #include "install/stage.h"
@@ -27,6 +29,14 @@ int make_one(const std::string& path) {
   const int code = make_folder(path);
   if (!show_make_dir_err(code)) return 0;
   make_dir_error(path, code);
+  return 1;
+}
+
+// The same for a folder inside the destination: one that a link would put
+// outside it is refused like a folder that can't be made.
+int make_inside(const std::string& path) {
+  if (inside_dest(path)) return make_one(path);
+  make_dir_error(path, EACCES);
   return 1;
 }
 
@@ -66,8 +76,8 @@ void make_dirs() {
   }
   // One report is enough: the rest would fail the same way.
   for (const std::string& f : folders)
-    if (make_one(dest_dir_path + f)) break;
+    if (make_inside(dest_dir_path + f)) break;
 
   // Each of these is tried and reported on its own.
-  for (const char* f : kFixedFolders) make_one(dest_dir_path + f);
+  for (const char* f : kFixedFolders) make_inside(dest_dir_path + f);
 }

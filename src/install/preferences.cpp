@@ -49,6 +49,14 @@ void pref_class::IO_set(int which, int direction) {
     }
   }  // the file is closed before the shell's values are mended
 
+  if (which != pref_set_shell) {
+    // A file edited by hand may hold anything; the rest of the run trusts
+    // these to lie in their controls' ranges.
+    if (stg.stream_count < 0) stg.stream_count = 0;
+    if (stg.stream_count > 4) stg.stream_count = 4;
+    if (stg.download_os < 1) stg.download_os = 1;
+    if (stg.download_os > 5) stg.download_os = 5;
+  }
   if (which == pref_set_shell) {
     // Whatever the file said, the screen is never below the interface's size,
     // and language 6 is no longer offered.

@@ -1,6 +1,7 @@
 #include "install/streams.h"
 
 #include "files/paths.h"
+#include "install/containment.h"
 #include "install/destination.h"
 #include "install/directory.h"
 #include "install/stage.h"
@@ -26,7 +27,9 @@ void next_class::reset_all_streams() {
     // stays until it is overwritten.
     std::string local = sim_info[stream_entry[s]].back().file_path;
     trim_dest_folder(local);
-    delete_file(dest_dir_path + local + ".zip");
+    // The added ".zip" must not make a path of legal length too long.
+    const std::string beside = dest_dir_path + local + ".zip";
+    if (beside.size() < 500 && inside_dest(beside)) delete_file(beside);
   }
   next_file = 0;
   for (int s = 0; s < stream_max; ++s) {

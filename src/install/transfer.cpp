@@ -2,12 +2,14 @@
 
 #include <dirent.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "files/alert.h"
 #include "files/log.h"
 #include "files/paths.h"
 #include "files/zip.h"
+#include "install/containment.h"
 #include "install/destination.h"
 #include "install/directory.h"
 #include "install/servers.h"
@@ -71,10 +73,12 @@ bool work_on_entry(int s) {
 
   if (r.want_del) {
     stg.file_action = 0;
-    // A file that won't go is not worth stopping an installation for.
-    const int result = delete_file(disk_path);
+    // A file that won't go is not worth stopping an installation for; one
+    // reached through a link out of the folder is not ours to delete.
+    const bool ours = inside_dest(disk_path);
+    const int result = ours ? delete_file(disk_path) : EACCES;
     log_result("now we want to nuke a file: DELETING  file ", disk_path, result);
-    record_folders(disk_path);
+    if (ours) record_folders(disk_path);
     return true;
   }
 
@@ -88,7 +92,7 @@ bool work_on_entry(int s) {
     }
     if (result == 1) {
       stg.file_failed = 0;
-      extract_and_delete_file(archive, disk_path);
+      extract_and_delete_file(archive, disk_path, r.disk_size);
       r.have_file = 1;
       next.bytes_done_b += r.down_size;
       next.bytes_installed += r.disk_size;
@@ -124,19 +128,27 @@ int folder_item_count(const std::string& folder) {
 void clean_up_folders() {
   // The set is ordered, so backwards a folder comes before its parents.
   for (auto it = deleted_files.rbegin(); it != deleted_files.rend(); ++it) {
-    if (folder_item_count(*it) != 0) continue;
+    if (folder_item_count(*it) != 0 || !inside_dest(*it)) continue;
     const int result = delete_file(*it);
     log_result("cleanup: DELETING  file ", *it, result);
   }
 }
 
-void extract_and_delete_file(std::string archive, std::string disk_path) {
+unsigned long member_cap(float disk_size) {
+  if (!(disk_size >= 0)) return kListMemberCap;
+  // The list rounds up to whole kilobytes of 1000 bytes; 1024 and 64 more cover that.
+  const double cap = (static_cast<double>(disk_size) + 64) * 1024;
+  return cap < 4e18 ? static_cast<unsigned long>(cap) : 4000000000000000000UL;
+}
+
+void extract_and_delete_file(std::string archive, std::string disk_path, float disk_size) {
   std::string os_path = disk_path;
   set_dir_chars(os_path);
   std::string folder;
   get_path_with_path(folder, os_path);
 
-  const int result = zip_to_file(archive, folder, nullptr, 0);
+  const int result =
+      zip_to_file(archive, folder, nullptr, 0, dest_dir_path, member_cap(disk_size));
   if (result != 0) {
     stg.install_failed = 1;
     __MACIBM_alert(0, "The installer cannot extract a file.", "Error: " + error_str(result),
@@ -162,6 +174,9 @@ int grab_files() {
 
   next.install_done = 1;
   clean_up_folders();
-  if (this_install_has_exes != 0 && stg.rename_folder != 0) rename_dest_folder();
+  // The release's name comes from the server; one that is no plain name
+  // would move the folder somewhere else.
+  if (this_install_has_exes != 0 && stg.rename_folder != 0 && plain_name(install_name))
+    rename_dest_folder();
   return 1;
 }

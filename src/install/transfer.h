@@ -11,8 +11,13 @@ int grab_files();
 
 // Unpacks a fetched archive into the folder of disk_path (the archive's
 // member names decide the file names) and removes the archive, whatever the
-// outcome. A failure sets stg.install_failed and warns.
-void extract_and_delete_file(std::string archive, std::string disk_path);
+// outcome. A failure sets stg.install_failed and warns. Nothing is written
+// outside dest_dir_path, and no member may be larger than disk_size (the
+// row's kilobytes) with a small margin; below 0 the list's own cap holds.
+void extract_and_delete_file(std::string archive, std::string disk_path, float disk_size = -1);
+
+// The largest member an archive for a row of disk_size kilobytes may hold.
+unsigned long member_cap(float disk_size);
 
 // Removes each folder of deleted_files that holds nothing, deepest first.
 void clean_up_folders();

@@ -14,6 +14,7 @@
 
 http_class http;
 int ot_inited = 0;
+long long net_bytes_received = 0;
 
 namespace {
 
@@ -33,6 +34,15 @@ int saturated_add(int a, size_t b) {
   const long long sum = static_cast<long long>(a) + static_cast<long long>(b);
   return sum > INT_MAX ? INT_MAX : static_cast<int>(sum);
 }
+
+// Per server: failures in a row and the earliest time to ask again.
+struct retry_state {
+  int failures = 0;
+  double not_before = 0;
+};
+std::map<std::string, retry_state> retry_table;
+
+double now_seconds() { return static_cast<double>(xtim.microsecs()) * 1e-6; }
 
 }  // namespace
 
@@ -113,6 +123,17 @@ down_class::~down_class() {
   delete socket;
 }
 
+void down_class::close_file() {
+  if (!file) return;
+  // Buffered bytes meet a full disk only here.
+  const bool flushed = fflush(file) == 0;
+  const int flush_err = errno;
+  const bool closed = fclose(file) == 0;
+  file = nullptr;
+  if (os_err == 0 && !flushed) os_err = flush_err ? flush_err : EIO;
+  if (os_err == 0 && !closed) os_err = errno ? errno : EIO;
+}
+
 bool down_class::IsDone() { return GetStat() == stat_closed; }
 
 bool down_class::IsErr() {
@@ -162,8 +183,13 @@ void down_class::start_body() {
   }
   auto cl = headers.find("Content-Length");
   if (cl != headers.end()) {
-    const long v = strtol(cl->second.c_str(), nullptr, 10);
-    content_len = v > INT_MAX ? INT_MAX : v < INT_MIN ? INT_MIN : static_cast<int>(v);
+    errno = 0;
+    const long long v = strtoll(cl->second.c_str(), nullptr, 10);
+    // A length the counters can't hold would end in a false success.
+    if (errno == ERANGE || v > INT_MAX || v < INT_MIN)
+      os_err = EFBIG;
+    else
+      content_len = static_cast<int>(v);
   }
 }
 
@@ -186,10 +212,7 @@ void down_class::DoProcessing() {
 
   const int status = socket->GetStatus();
   if (status == PCSBSocket::status_Disconnected || status == PCSBSocket::status_Error) {
-    if (file) {
-      fclose(file);
-      file = nullptr;
-    }
+    close_file();
     return;
   }
   if (status != PCSBSocket::status_Connected) return;
@@ -202,6 +225,7 @@ void down_class::DoProcessing() {
   // A clean close by the peer reads as 0 too, like no data: it ends nothing.
   const long got = socket->ReadData(readChunk, static_cast<long>(kReadSize));
   if (got < 1) return;
+  net_bytes_received += got;
   in_buf.insert(in_buf.end(), readChunk, readChunk + got);
 
   if (!header_done) {
@@ -210,14 +234,21 @@ void down_class::DoProcessing() {
       const size_t rest = in_buf.size() - pos;
       const char* at = in_buf.data() + pos;
       if (rest < 2) break;
+      // The bytes before scan_from were looked at on an earlier call.
       const char* crlf = nullptr;
-      for (size_t i = 0; i + 1 < rest; ++i) {
+      for (size_t i = scan_from > pos ? scan_from - pos : 0; i + 1 < rest; ++i) {
         if (at[i] == '\r' && at[i + 1] == '\n') {
           crlf = at + i;
           break;
         }
       }
-      if (!crlf) break;
+      if (!crlf) {
+        scan_from = in_buf.size() - 1;
+        break;
+      }
+      scan_from = 0;
+      const size_t len = static_cast<size_t>(crlf - at);
+      header_bytes += len + 2;
       if (crlf == at) {
         pos += 2;
         // An interim response (100 Continue) or no status yet: wait for the
@@ -228,10 +259,15 @@ void down_class::DoProcessing() {
         take_body();
         return;
       }
-      header_line(at, static_cast<size_t>(crlf - at));
-      pos += static_cast<size_t>(crlf - at) + 2;
+      header_line(at, len);
+      pos += len + 2;
     }
     in_buf.erase(in_buf.begin(), in_buf.begin() + static_cast<long>(pos));
+    scan_from = scan_from > pos ? scan_from - pos : 0;
+    if (header_bytes + in_buf.size() > kMaxHeaderBytes) {
+      os_err = EMSGSIZE;
+      socket->Disconnect();
+    }
     return;
   }
   take_body();
@@ -259,6 +295,11 @@ int http_class::net_check(int stream, std::string server, std::string path,
   }
 
   down_class*& slot = down_objects[stream];
+  const std::string server_key = server;  // as the callers name it, on every call
+  if (!slot && retry_wait_max > 0) {
+    auto r = retry_table.find(server_key);
+    if (r != retry_table.end() && now_seconds() < r->second.not_before) return 0;
+  }
   if (!slot) {
     if (!server.empty() && is_dir_char(server.back()))
       MACIBM_alert(0, "net_check error! You have a dirchar at the end of the server name!",
@@ -297,10 +338,19 @@ int http_class::net_check(int stream, std::string server, std::string path,
     return 2;
   }
 
+  // Success only once the file's data are on the disk.
+  if (d->status_code >= 200 && d->status_code <= 299 && d->IsComplete()) d->close_file();
   if (d->status_code >= 200 && d->status_code <= 299 && d->IsComplete() && !d->IsErr()) {
     delete d;
     slot = nullptr;
+    retry_table.erase(server_key);
     return 1;
+  }
+  if (retry_wait_max > 0) {
+    retry_state& r = retry_table[server_key];
+    const double wait = r.failures < 5 ? static_cast<double>(1 << r.failures) : 1e9;
+    r.failures = r.failures < 30 ? r.failures + 1 : 30;
+    r.not_before = now_seconds() + (wait < retry_wait_max ? wait : retry_wait_max);
   }
 
   xer << "HTTP Error for " << file << '\n'

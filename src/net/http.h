@@ -35,6 +35,8 @@ class down_class {
   int content_len = -1;
   int bytes_done = 0;
   float last_time = 0;            // stall clock at creation and at each body arrival
+  size_t scan_from = 0;           // where the search for the next header line end resumes
+  size_t header_bytes = 0;        // header lines taken so far, interim responses included
 
   // file is relative to app_path; null keeps the body in in_buf.
   down_class(const char* host, unsigned short port, const char* path, bool post,
@@ -51,11 +53,20 @@ class down_class {
   int GetStat();
   int GetOSErr();
 
+  // Flushes and closes the file; a failure becomes os_err. Data count as
+  // written only once this has succeeded.
+  void close_file();
+
  private:
   void header_line(const char* line, size_t len);
   void start_body();
   void take_body();
 };
+
+// The most a response's header may take, lines and table together: no
+// server of ours comes near it, and without a bound a server could make the
+// header grow until memory runs out.
+const size_t kMaxHeaderBytes = 64 * 1024;
 
 class http_class {
  public:
@@ -64,6 +75,10 @@ class http_class {
   std::string _proxy_port;      // as typed
   int _proxy_port_int = 0;      // 0: no proxy
   down_class* down_objects[6] = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+  // Seconds at most between two requests to a server that keeps failing;
+  // the wait starts at 1 s and doubles. 0 asks again at once, as the window
+  // does; the console sets it.
+  float retry_wait_max = 0;
 
   // 0 under way, 1 complete with the file on disk, 2 failed; the slot is
   // free again after 1 or 2.
@@ -71,6 +86,8 @@ class http_class {
 };
 
 extern http_class http;
+// Bytes received from any server since start-up, headers included.
+extern long long net_bytes_received;
 extern int ot_inited;
 
 // "Installer-LIN/" and the last four characters of the program's version text.

@@ -5,9 +5,12 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <atomic>
+#include <chrono>
 #include <map>
 #include <set>
 #include <string>
+#include <thread>
 
 #include "../net/net_support.h"
 #include "app/console.h"
@@ -82,16 +85,18 @@ class Console : public testing::Test {
     ASSERT_NE(out.find("status=0"), std::string::npos) << out;
   }
 
+  // An empty folder leaves "-path" with nothing after it.
   std::string command(const std::string& folder, const std::string& options) const {
     return "env HOME='" + tmp.file("home") + "' TMPDIR='" + tmp.path + "' '" + tmp.file("bin/zephyra-installer") +
-           "' -path '" + folder + "' --console " + options;
+           "' -path " + (folder.empty() ? "" : "'" + folder + "'") + " --console " + options;
   }
   // Output and exit status of a run; with keys typed on a terminal, else without one.
   std::pair<int, std::string> run(const std::string& folder, const std::string& options,
                                   const std::string& typed = "") {
-    const std::string cmd = typed.empty() ? command(folder, options) + " </dev/null 2>&1"
-                                          : "printf '" + typed + "' | script -qec \"" + command(folder, options) +
-                                                "\" /dev/null";
+    // A run that hangs ends as status 124 instead of holding up the suite.
+    const std::string run = "timeout 120 " + command(folder, options);
+    const std::string cmd = typed.empty() ? run + " </dev/null 2>&1"
+                                          : "printf '" + typed + "' | script -qec \"" + run + "\" /dev/null";
     const std::string out = sh(cmd + "; echo \"status=$?\"");
     const size_t at = out.rfind("status=");
     return {std::atoi(out.c_str() + at + 7), out.substr(0, at)};
@@ -120,7 +125,7 @@ TEST_F(Console, RunsThatCannotGoOnSayWhyAndEndWithTheirStatus) {
       {"--agree", "8.60/Zephyra/Airfoils/wing.afl.zip", "PK\x03\x04 not a zip at all", console_failed,
        "The installation was not completed because an error occurred."},
       {"--agree", "serverlist.txt", "I\n830\nSERVERS\nFINAL 8.60\nENDOFLIST\n", console_bad_list,
-       "newer than I can understand"},
+       "download section of http://www.vantrell.example/zephyra/download.html"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.says);
@@ -245,6 +250,95 @@ TEST_F(Console, ARunKilledWhileWritingAFileIsFinishedByTheNext) {
   // The name comes with the program file; when the killed run had installed
   // it already, the next has no reason to rename.
   EXPECT_EQ(listing(net_test::exists(disk("8.60")) ? disk("8.60") : disk("Zephyra")), listing(product));
+}
+
+// Hand-written lists and archives, as anyone on the way could serve them.
+class HostileMirror : public Console {
+ protected:
+  void SetUp() override {
+    Console::SetUp();
+    write_file(www("serverlist.txt"), "I\n820\nSERVERS\nFINAL 8.60\nSERVER good.example\n/\nGood\nENDOFLIST\n");
+    sh("mkdir -p '" + www("8.60") + "' && cd '" + disk() + "' && mkdir -p inst outside/fonts && echo v > outside/victim.txt && echo f > outside/fonts/victim.txt");
+  }
+  // A row of a file wanted afresh, one of a file withdrawn since it had the signature of old.
+  static std::string row(const std::string& name) { return "FILE 0 0 840 1 1 0123456789abcdef0123456789abcdef " + name + "\n"; }
+  std::string gone(const std::string& name, const std::string& old) {
+    return "FILE 0 0 810 1 1 " + sh("md5sum < '" + disk(old) + "'").substr(0, 32) + " " + name + "\nFILE 0 0 840 0 0 GONE " + name + "\n";
+  }
+  void put_list(const std::string& rows) {
+    write_file(www("8.60/directory.txt"), "I\n840 hand-written\nINSTALLER\n" + rows);
+    sh("cd '" + www("8.60") + "' && rm -f directory.txt.zip && zip -q directory.txt.zip directory.txt");
+  }
+  // The archive of one file of the product; a link when bytes starts with "->".
+  void put_file(const std::string& rel, const std::string& bytes) {
+    const std::string dir = tmp.file("pack/" + rel), name = rel.substr(rel.rfind('/') + 1);
+    sh("mkdir -p '" + dir + "' \"$(dirname '" + www("8.60/" + rel) + "')\"");
+    if (bytes.rfind("->", 0) == 0) EXPECT_EQ(symlink(bytes.c_str() + 2, (dir + "/" + name).c_str()), 0);
+    else write_file(dir + "/" + name, bytes);
+    sh("cd '" + dir + "' && zip -qy '" + www("8.60/" + rel) + ".zip' '" + name + "'");
+  }
+};
+
+TEST_F(HostileMirror, NothingAroundTheFolderIsCreatedReplacedOrDeleted) {
+  // Everything under disk/ but the folder installed into, with contents.
+  auto around = [&] { return sh("cd '" + disk() + "' && find . -path ./inst -prune -o -print -type f -exec md5sum {} + | sort"); };
+  const std::string before = around();
+  // Rows that climb out, by any separator, or start at the root, refuse the whole list.
+  const struct { std::string rows; const char* named; } lists[] = {
+      {"DIR Zephyra:..:..:victimdir:\n" + row("planted.txt"), "Zephyra/../../victimdir/planted.txt"},
+      {"DIR Zephyra\\sub/..\\..:..:victimdir/\n" + row("planted.txt"), "Zephyra/sub/../../../victimdir/planted.txt"},
+      {"DIR :Zephyra:\n" + row("planted.txt"), "/Zephyra/planted.txt"},
+      {"DIR Zephyra:..:..:outside:\n" + gone("victim.txt", "outside/victim.txt"), "Zephyra/../../outside/victim.txt"},
+  };
+  for (const auto& l : lists) {
+    put_list(l.rows);
+    const auto [status, out] = run(disk("inst/"), "--agree");
+    EXPECT_EQ(status, console_bad_list) << out;
+    EXPECT_NE(out.find("It is:\n\n" + std::string(l.named)), std::string::npos) << out;
+  }
+  // Clean rows under a folder a link leads out of. The link of one release
+  // is refused, so the next fills a folder of its own; one an older run left
+  // is neither written nor deleted through, nor are folders made inside it.
+  put_file("Zephyra/Resources/fonts", "->../../../outside/fonts");
+  put_file("Zephyra/Resources/fonts/a.txt", "a\n");
+  put_file("Zephyra/Resources/fonts/new/b.txt", "b\n");
+  put_list("DIR Zephyra:Resources:\n" + row("fonts"));
+  EXPECT_EQ(run(disk("inst/"), "--agree").first, console_failed);
+  put_list("DIR Zephyra:Resources:fonts:\n" + gone("victim.txt", "outside/fonts/victim.txt") + row("a.txt") +
+           "DIR Zephyra:Resources:fonts:new:\n" + row("b.txt"));
+  EXPECT_EQ(run(disk("inst/"), "--agree").first, console_done);
+  EXPECT_EQ(read_file(disk("inst/Zephyra/Resources/fonts/new/b.txt")), "b\n");
+  sh("cd '" + disk("inst/Zephyra/Resources") + "' && rm -r fonts && ln -s ../../../outside/fonts fonts");
+  EXPECT_EQ(run(disk("inst/"), "--agree").first, console_failed);
+  EXPECT_EQ(around(), before);
+}
+
+// A server that refuses is asked less and less often, and a run that hears
+// nothing for --wait seconds ends with its own status.
+TEST_F(Console, ARefusingServerIsAskedLessOftenUntilTheWaitRunsOut) {
+  EXPECT_EQ(run("", "").first, console_bad_options);  // "-path" with no folder after it
+  net_test::script_server refuser;
+  const std::string port = std::to_string(refuser.port);
+  write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"),
+             "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + port + "\n_proxy_port_int " + port + "\n");
+  std::atomic<bool> over{false};
+  int requests = 0;
+  std::thread answers([&] {
+    while (!over)
+      if (!refuser.request([] {}, 100).empty()) {
+        ++requests;
+        refuser.send("HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\n\r\n");
+        refuser.hang_up();
+      }
+  });
+  const auto start = std::chrono::steady_clock::now();
+  const auto [status, out] = run(disk(), "--agree --wait=3");
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  over = true;
+  answers.join();
+  EXPECT_EQ(status, console_silent) << out;
+  EXPECT_LT(requests / seconds, 2.0) << requests << " requests in " << seconds << " s";
+  EXPECT_NE(out.find("No server has sent anything for 3 seconds; giving up."), std::string::npos);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstring>
+
 #include "files/paths.h"
 #include "files/zip.h"
 #include "temp_log.h"
@@ -137,17 +139,51 @@ TEST_F(ZipTest, EscapingMembersAndPlantedLinksWriteNothingOutside) {
     EXPECT_TRUE(zip_name_escapes(bad)) << bad;
   for (const char* fine : {"", "a/b/", "..x", "x..", "a/...", "./x"}) EXPECT_FALSE(zip_name_escapes(fine)) << fine;
 
-  std::string outside = log.dir.file("elsewhere");
-  mkdir(outside.c_str(), 0755);
-  py_link("door", "../elsewhere", "z.writestr('door/evil.txt', b'evil')");
-  EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 20002);
-  EXPECT_TRUE(S_ISLNK(lstat_of(out + "door").st_mode));  // the link itself is inside
-  EXPECT_FALSE(exists(outside + "/evil.txt"));
-  // A link that stays inside the folder may be written through.
+  // A link is judged against the folder itself when it is made.
+  mkdir(log.dir.file("elsewhere").c_str(), 0755);
+  for (const char* target : {"../elsewhere", "/tmp", "real/../../elsewhere", "real/../real"}) {
+    py_link("door", target, "");
+    EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 20002) << target;
+    EXPECT_FALSE(exists(out + "door")) << target;
+  }
+  // A link that stays inside the folder may be made and written through.
   mkdir((out + "real").c_str(), 0755);
   py_link("alias", "real", "z.writestr('alias/file.txt', b'in')");
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   EXPECT_EQ(read_file(out + "real/file.txt"), "in");
+}
+
+// A member's temporary name must not push a path the rules allow past the
+// system's limits: 499 characters for a whole path, 255 for one name.
+TEST_F(ZipTest, LongestLegalTargetsUnpack) {
+  const std::string deep = out + std::string(200, 'd') + "/" + std::string(150, 'e') + "/";
+  ASSERT_EQ(sh("mkdir -p '" + deep + "'"), 0);
+  for (const std::string& folder : {deep, out}) {
+    const std::string name(folder == out ? size_t(253) : 497 - deep.size(), 'n');
+    py_zip("z.writestr('" + name + "', b'long')");
+    EXPECT_EQ(zip_to_file(zip, folder, nullptr, 0), 0) << log.text();
+    EXPECT_EQ(read_file(folder + name), "long");
+  }
+}
+
+// Members are read whole, so their size is judged before the memory is taken:
+// a compression bomb costs nothing, with the list's cap or a row's size.
+TEST_F(ZipTest, MembersAboveTheirCapAreRefusedBeforeTheirMemory) {
+  ASSERT_EQ(sh("head -c 200000000 /dev/zero | zip -q '" + zip + "' - && head -c 300000 /dev/urandom > '" +
+               src + "/row' && cd '" + src + "' && zip -q '" + log.dir.file("row.zip") + "' row"),
+            0);
+  auto kb = [](const char* field) {
+    std::string status = read_file("/proc/self/status");
+    return std::atol(status.c_str() + status.find(field) + std::strlen(field));
+  };
+  write_text("/proc/self/clear_refs", "5");  // the peak starts again from here
+  const long before = kb("VmRSS:");
+  EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 27);
+  EXPECT_EQ(zip_to_file(zip, out, nullptr, 0, "", 1000000), 27);
+  EXPECT_LT(kb("VmHWM:") - before, 50000);
+  EXPECT_EQ(zip_to_file(log.dir.file("row.zip"), out, nullptr, 0, "", 299999), 27);
+  EXPECT_FALSE(exists(out + "-") || exists(out + "row"));
+  EXPECT_EQ(zip_to_file(log.dir.file("row.zip"), out, nullptr, 0, "", 300000), 0);
 }
 
 TEST_F(ZipTest, OwnArchivesPassInfoZipAndRoundTrip) {

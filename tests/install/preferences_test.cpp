@@ -112,3 +112,17 @@ TEST(ShellPrefs, SizesAndLanguageAreMendedEitherWay) {
 }
 
 }  // namespace
+
+TEST_F(PrefsTest, OutOfRangeValuesAreHeldToTheirControlsRanges) {
+  // A negative stream count once finished a run with files left unfetched.
+  const struct { const char* text; int streams, os; } rows[] = {
+      {"_stream_count -3\n_download_os 0\n", 0, 1}, {"_stream_count 9\n_download_os 6\n", 4, 5},
+      {"_stream_count 2\n_download_os 4\n", 2, 4},
+  };
+  for (const auto& r : rows) {
+    home.put(".zephyra/Zephyra Installer.prf", std::string("I\n8500 version\n") + r.text);
+    pref.IO_set(pref_set_installer, 0);
+    EXPECT_EQ(stg.stream_count, r.streams) << r.text;
+    EXPECT_EQ(stg.download_os, r.os) << r.text;
+  }
+}

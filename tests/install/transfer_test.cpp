@@ -293,4 +293,13 @@ TEST_F(Transfer, DeletionsCleanUpFoldersButNeverTheDestination) {
   // The file directly in the destination recorded no folder.
   EXPECT_EQ(deleted_files.count(dest_dir_path), 0u);
   EXPECT_EQ(deleted_files.size(), 4u);  // A/, A/B/, A/B/C/, Mine/
+
+  // A release name from the server that is no plain name moves nothing.
+  std::string scratch_leaf;
+  get_file_with_path(scratch_leaf, d.path);
+  install_name = "../" + scratch_leaf + "moved";
+  this_install_has_exes = stg.rename_folder = 1;
+  next.reset_all_streams();
+  EXPECT_EQ(run(), 1);
+  EXPECT_TRUE(d.exists("Zephyra/") && !d.exists("moved"));
 }

@@ -164,3 +164,31 @@ TEST(NetCheckDeathTest, SlotMisuseRaisesTheFatalAlert) {
                  "slash because it must include the hard drive,which is a dir char on unix!/" +
                      std::string(path) + "/level 2");
 }
+
+// Lengths the counters can't hold, a header that never ends and a disk that
+// takes nothing: each is a failure, never a success on a cut-short file.
+TEST_F(NetCheck, HugeLengthsEndlessHeadersAndAFullDiskFail) {
+  const std::string big = net_test::pattern_bytes(100000, 5);  // above one stdio buffer
+  const struct { const char* what; std::string answer; const char* file; } cases[] = {
+      {"3000000000", "HTTP/1.1 200 OK\r\nContent-Length: 3000000000\r\n\r\n" + big, nullptr},
+      {"4294967301", "HTTP/1.1 200 OK\r\nContent-Length: 4294967301\r\n\r\nhello", nullptr},
+      {"no line end", "HTTP/1.1 200 OK\r\nX-Long: " + std::string(70000, 'a'), nullptr},
+      {"many lines", "HTTP/1.1 200 OK\r\n" + std::string(9000, 'x') + ": 1\r\n" +
+                         std::string(60000, 'y') + ": 2\r\n", nullptr},
+      {"full disk, small", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n" + big.substr(0, 100),
+       "/dev/full"},
+      {"full disk, large", "HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n" + big, "/dev/full"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    script_server srv;
+    net_test::proxy_to_loopback proxy(srv.port);
+    const std::string file = c.file ? c.file : dest;
+    ASSERT_FALSE(srv.request([&] { check("/f.zip", file); }).empty());
+    srv.send(c.answer);
+    int r = 0;
+    net_test::poll_until([&] { return (r = check("/f.zip", file)) != 0; }, 3000);
+    EXPECT_EQ(r, 2);
+    net_test::drop_slot(2);
+  }
+}

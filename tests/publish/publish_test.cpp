@@ -109,7 +109,7 @@ class Publisher : public ::testing::Test {
       std::string disk = row_disk_path(r);
       std::string folder = disk.substr(0, disk.rfind('/') + 1);
       shell_out("mkdir -p " + sh_quote(folder));
-      ASSERT_EQ(zip_to_file(mirror + release + "/" + r.file_path + ".zip", folder, nullptr, 0), 0) << r.file_path;
+      ASSERT_EQ(zip_to_file(mirror + release + "/" + r.file_path + ".zip", folder, nullptr, 0, dest), 0) << r.file_path;
     }
   }
 
