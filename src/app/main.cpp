@@ -8,6 +8,7 @@
 
 #include "app/console.h"
 #include "files/alert.h"
+#include "files/cmdline.h"
 #include "files/log.h"
 #include "files/paths.h"
 #include "install/preferences.h"
@@ -22,6 +23,14 @@ void APP_handlekey(int, int) {}
 void APP_handlemenu(int) {}
 
 int main(int argc, char** argv) {
+  // Answered before anything opens, so asking for it leaves the log alone.
+  for (int i = 1; i < argc; ++i)
+    if (std::string(argv[i]) == "--version") {
+      puts(version_text("zephyra-installer").c_str());
+      return 0;
+    }
+  // The window's --help lists the installer's own options too.
+  usage_tail = kConsoleUsageText;
   if (console_wanted(argc, argv)) return console_main(argc, argv);
 
   TOOLKIT_install_hooks();
