@@ -55,7 +55,7 @@ clean:
 
 # ---- Installing: `make install` (PREFIX, DESTDIR) and `make deb` (CPack).
 PREFIX ?= /usr/local
-PACKAGES += desktop-file-utils groff lintian dpkg-dev file util-linux
+PACKAGES += desktop-file-utils groff-base lintian dpkg-dev file util-linux
 .PHONY: install deb
 
 install: deps $(BUILD)/build.ninja
