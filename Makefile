@@ -56,3 +56,16 @@ bench: build
 
 clean:
 	rm -rf $(BUILD) $(BUILD_ASAN)
+
+# ---- Installing: `make install` (PREFIX, DESTDIR) and `make deb` (CPack).
+PREFIX ?= /usr/local
+PACKAGES += desktop-file-utils groff-base lintian dpkg-dev file util-linux
+.PHONY: install deb
+
+install: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target zephyra-installer zephyra-publish
+	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+deb: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target zephyra-installer zephyra-publish
+	cpack --config $(BUILD)/CPackConfig.cmake -B $(BUILD)/deb

@@ -32,6 +32,7 @@ const char* const kConsoleUsageText[] = {
     "INSTALLER OPTIONS",
     "zephyra-installer -path DIR --console [--agree] [--changed=ask|keep|overwrite|cancel]",
     "                  [--verify] [--server=HOST] [--wait=SECONDS]",
+    "zephyra-installer --version",
     "-path DIR",
     "The folder to install into or update; it must come first. Without it the",
     "folder remembered from the last run is used (the first time, your home folder).",
@@ -51,6 +52,8 @@ const char* const kConsoleUsageText[] = {
     "--wait=SECONDS",
     "Gives up when no server has sent a byte for this long (default 300). A server",
     "that refuses is asked again after 1 s, then 2, 4 and so on up to 30 s.",
+    "--version",
+    "Prints the installer's version and build, then quits.",
     "",
     "EXIT STATUS OF --console",
     "0  installed, nothing was needed, or --verify finished",
@@ -420,8 +423,8 @@ bool console_wanted(int argc, char const* const* argv) { return has_arg(argc, ar
 
 int console_main(int argc, char const* const* argv) {
   if (has_arg(argc, argv, "--help") || has_arg(argc, argv, "-h")) {
+    usage_tail = kConsoleUsageText;
     print_usage();
-    for (int i = 0; kConsoleUsageText[i]; ++i) puts(kConsoleUsageText[i]);
     return console_done;
   }
   if (!parse_options(argc, argv)) return console_bad_options;
@@ -433,7 +436,7 @@ int console_main(int argc, char const* const* argv) {
   app_path.clear();
   std::string program_folder;
   get_OS_abs_path(0, program_folder);
-  log_open(program_folder + "Log.txt");
+  log_open_beside(program_folder);
   cmdline.init_unix(argc, argv);
   xer << "console front end\n";
 

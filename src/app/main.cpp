@@ -9,6 +9,7 @@
 #include "app/modal_screens.h"
 #include "app/stage_work.h"
 #include "files/alert.h"
+#include "files/cmdline.h"
 #include "files/log.h"
 #include "install/person.h"
 #include "install/preferences.h"
@@ -49,6 +50,14 @@ int no_chooser(int, const char* prompt, const char*, int, const char*, char*) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Answered before anything opens, so asking for it leaves the log alone.
+  for (int i = 1; i < argc; ++i)
+    if (std::string(argv[i]) == "--version") {
+      puts(version_text("zephyra-installer").c_str());
+      return 0;
+    }
+  // The window's --help lists the installer's own options too.
+  usage_tail = kConsoleUsageText;
   if (console_wanted(argc, argv)) return console_main(argc, argv);
 
   TOOLKIT_install_hooks();

@@ -90,8 +90,11 @@ const char* const kUsageText[] = {
     nullptr,
 };
 
+const char* const* usage_tail = nullptr;
+
 void print_usage() {
   for (int i = 0; kUsageText[i]; ++i) puts(kUsageText[i]);
+  for (int i = 0; usage_tail && usage_tail[i]; ++i) puts(usage_tail[i]);
 }
 
 void UTL_cmdline::init_unix(int argc, char const* const* argv) {

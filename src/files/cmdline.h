@@ -24,4 +24,7 @@ extern UTL_cmdline cmdline;
 // The usage text printed for -h and --help, one line per entry, closed by a
 // null entry.
 extern const char* const kUsageText[];
+// The program's own options, printed after the usage text when set; closed
+// by a null entry like it.
+extern const char* const* usage_tail;
 void print_usage();

@@ -2,12 +2,16 @@
 
 #include <cctype>
 #include <cstdint>
+#include <sstream>
 
 #include "files/alert.h"
 #include "files/paths.h"
 
 #ifndef ZEPHYRA_BUILD_NUMBER
 #define ZEPHYRA_BUILD_NUMBER 0
+#endif
+#ifndef ZEPHYRA_VERSION
+#define ZEPHYRA_VERSION "8.50"
 #endif
 
 std::ofstream xer;
@@ -41,6 +45,23 @@ void log_open(const std::string& path) {
   xer.setf(std::ios::fixed, std::ios::floatfield);
   write_log_header(xer);
   xer.flush();
+}
+
+std::string log_open_beside(const std::string& folder) {
+  log_open(folder + "Log.txt");
+  if (xer.is_open()) return folder + "Log.txt";
+  std::string home;
+  get_OS_abs_path(4, home);
+  if (home.empty()) return "";
+  log_open(home + "Log.txt");
+  return xer.is_open() ? home + "Log.txt" : "";
+}
+
+std::string version_text(const std::string& program) {
+  std::ostringstream out;
+  out << program << " " << ZEPHYRA_VERSION << " build " << ZEPHYRA_BUILD_NUMBER << " (compiled on "
+      << build_date_text(__DATE__, __TIME__) << ")";
+  return out.str();
 }
 
 bool ouf_open(std::string path, int type, int version, std::string copyright) {

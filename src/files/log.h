@@ -18,8 +18,15 @@ bool ouf_open(std::string path, int type, int version, std::string copyright);
 // Opens the log (truncating) at path and writes its header. A log that can't
 // be opened leaves xer failed: later writes are lost, nothing else happens.
 void log_open(const std::string& path);
+// Opens the log as "Log.txt" in folder, the program's own; where that can't
+// be written (an installed program in /usr/local/bin), in ~/.zephyra/
+// instead. Returns the path of the log, "" when neither could be opened.
+std::string log_open_beside(const std::string& folder);
 // The header lines that begin every log.
 void write_log_header(std::ostream& out);
 // The compiler's date and time ("Oct  4 2006", "12:19:22") as the header
 // shows them: "Oct 04 2006 12:19:22".
 std::string build_date_text(const char* date, const char* time);
+
+// What --version prints: the program's name, version, build and build date.
+std::string version_text(const std::string& program);

@@ -89,7 +89,7 @@ int MACIBM_init(int argc, char const* const* argv) {
   MACIBM_set_app_path(&app_path);
   std::string log_path;
   get_OS_abs_path(0, log_path);
-  log_open(log_path + "Log.txt");
+  log_open_beside(log_path);
 
   static const char* const kCpu[] = {"processor", "model name", "cpu MHz"};
   if (!copy_proc_lines("/proc/cpuinfo", kCpu, 3)) xer << "Unable to read CPU information.\n";

@@ -13,6 +13,7 @@
 #include "shell/hooks.h"
 #include "shell/menus.h"
 #include "shell/pump.h"
+#include "shell/window_icon.h"
 
 Display* dpy = nullptr;
 Window win = 0;
@@ -107,6 +108,7 @@ void set_window_properties(int fullscreen) {
                            "_NET_WM_ACTION_MOVE"};
   set_atom_list("_NET_WM_ALLOWED_ACTIONS", actions, 3);
   set_fullscreen_state(fullscreen);
+  LIN_set_window_icon();
 }
 
 // A running window manager reads the state property only at map time; this

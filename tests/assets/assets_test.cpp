@@ -64,6 +64,18 @@ TEST(Maker, CommittedPicturesAreWhatTheMakerDraws) {
   EXPECT_FALSE(open_fonts("/nonexistent.ttf", "/nonexistent.ttf", &none, &error));
 }
 
+// The icon is drawn at each size, not scaled: the committed files are what
+// the maker draws now, and each is square at its own size.
+TEST(Maker, CommittedIconsAreWhatTheMakerDraws) {
+  for (int size : icon_sizes) {
+    const raster old = committed(icon_file(size).c_str()), made = draw_icon(size);
+    ASSERT_EQ((std::vector<int>{size, size}), (std::vector<int>{old.w, old.h})) << size;
+    size_t off = 0;
+    for (size_t i = 0; i < made.px.size(); ++i) off += std::abs(made.px[i] - old.px[i]) > 2;
+    EXPECT_EQ(off, 0u) << icon_file(size) << " differs from what the maker draws: run zephyra-make-images";
+  }
+}
+
 TEST(Palette, CommittedSheetCarriesTheExactColours) {
   for (const palette_cell& p : palette_cells) {
     const rgba c = interface_png().get(p.column, p.row);

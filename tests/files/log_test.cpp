@@ -33,6 +33,33 @@ TEST(LogOpen, TruncatesAndWritesHeaderInFixedNotation) {
   EXPECT_EQ(build_date_text("Oct  4 2006", "09:05:00"), "Oct 04 2006 09:05:00");
 }
 
+// An installed program's folder is not the user's to write: the log moves to
+// the user's own folder then, and is lost only when that fails too.
+TEST(LogOpen, BesideTheProgramElseInTheUsersFolder) {
+  temp_log t;
+  std::ofstream(t.dir.file("plain")) << "x";
+  const std::string home = t.dir.file("home"), saved = getenv("HOME") ? getenv("HOME") : "";
+  ASSERT_EQ(mkdir(home.c_str(), 0755), 0);
+  const struct {
+    std::string folder, home, log;
+  } cases[] = {
+      {t.dir.path + "/", home, t.dir.file("Log.txt")},
+      {t.dir.file("plain/"), home, home + "/.zephyra/Log.txt"},
+      {t.dir.file("plain/"), t.dir.file("plain"), ""},
+  };
+  for (const auto& c : cases) {
+    setenv("HOME", c.home.c_str(), 1);
+    EXPECT_EQ(log_open_beside(c.folder), c.log) << c.folder;
+    xer << "marker\n";
+    xer.close();
+    if (c.log.empty()) continue;
+    EXPECT_EQ(read_file(c.log).rfind("log.txt for Zephyra", 0), 0u) << c.log;
+    EXPECT_NE(read_file(c.log).find("marker"), std::string::npos) << c.log;
+  }
+  setenv("HOME", saved.c_str(), 1);
+  EXPECT_EQ(version_text("zephyra-publish").rfind("zephyra-publish 8.50 build 85017 (compiled on ", 0), 0u);
+}
+
 class OufOpen : public ::testing::Test {
  protected:
   void SetUp() override { ogl_inited = 0; }

@@ -56,6 +56,7 @@ TEST(PublishOptions, HelpAndRefusalsComeFirst) {
     opt = publish_options();
   }
   EXPECT_EQ(parse_publish_args({"--product", "P", "--help"}, opt, error), parse_help);
+  EXPECT_EQ(parse_publish_args({"--release", "r", "--version"}, opt, error), parse_version);
   EXPECT_NE(publish_help().find("--platform"), std::string::npos);
 
   // The installer reads ten mirrors at most; the eleventh is refused up front.

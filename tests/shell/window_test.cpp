@@ -124,6 +124,35 @@ TEST_F(RealWindow, OpensAtTheLayoutSizeWithNamesHintsAndEwmhProperties) {
   EXPECT_TRUE(read_property("_NET_WM_STATE").items.empty());
 }
 
+// Task bars read the icon as sizes one after another, each ARGB and top row
+// first: a flipped or channel-swapped picture would still "work".
+TEST_F(RealWindow, CarriesItsIconTopRowFirstInArgb) {
+  Atom type = None;
+  int format = 0;
+  unsigned long count = 0, after = 0;
+  unsigned char* data = nullptr;
+  XGetWindowProperty(dpy, win, atom("_NET_WM_ICON"), 0, 1 << 20, False, XA_CARDINAL, &type,
+                     &format, &count, &after, &data);
+  ASSERT_NE(nullptr, data);
+  const std::vector<unsigned long> v(reinterpret_cast<unsigned long*>(data),
+                                     reinterpret_cast<unsigned long*>(data) + count);
+  XFree(data);
+  ASSERT_EQ(2 + 48 * 48 + 2 + 128 * 128, v.size());
+  for (size_t at = 0; at < v.size(); at += 2 + v[at] * v[at + 1]) {
+    const unsigned long n = v[at];
+    ASSERT_EQ(n, v[at + 1]);
+    auto px = [&](unsigned long x, unsigned long y_from_top) { return v[at + 2 + y_from_top * n + x]; };
+    auto channel = [](unsigned long p, int shift) { return (p >> shift) & 255; };
+    EXPECT_EQ(0u, channel(px(0, 0), 24)) << n;  // rounded corner
+    // Sky above, pale cloud below, the red spinner in the middle.
+    const unsigned long sky = px(n / 8, n / 6), cloud = px(n / 8, n - n / 6), hub = px(n / 2, n / 2 + n / 30);
+    EXPECT_EQ(255u, channel(hub, 24)) << n;
+    EXPECT_GT(channel(sky, 0), channel(sky, 16) + 60) << n;
+    EXPECT_GT(channel(cloud, 16), 180u) << n;
+    EXPECT_GT(channel(hub, 16), channel(hub, 8) + 80) << n;
+  }
+}
+
 TEST_F(RealWindow, VisualMatchesTheStepFoundAndGlStateIsFixed) {
   ASSERT_TRUE(mnw.alias_now >= 0 && mnw.alias_now <= 4);
   EXPECT_EQ(mnw.alias_now > 0, glIsEnabled(GL_MULTISAMPLE_ARB) == GL_TRUE);

@@ -28,3 +28,11 @@ raster draw_image(int index, const image_fonts& fonts);
 
 // Draws all four into dir (which must exist), one PNG each.
 bool make_images(const std::string& dir, const image_fonts& fonts, std::string* error);
+
+// The program's icon for the desktop's menu, task bar and window, drawn at
+// each size it is installed at; files icon_48.png and so on.
+inline constexpr int icon_sizes[] = {48, 128, 256};
+raster draw_icon(int size);
+std::string icon_file(int size);
+// Writes every size into dir, which must exist.
+bool make_icons(const std::string& dir, std::string* error);

@@ -20,6 +20,7 @@ void usage(FILE* to) {
           "  installer.png  1010x764   buttons in three states, artwork, activity icon\n"
           "  back_1.png     1024x768   main window background\n"
           "  back_2.png     1024x768   second background\n"
+          "and the program's icon at 48, 128 and 256 pixels (icon_48.png, ...).\n"
           "Where each piece sits is fixed in src/toolkit/sheet.h.\n"
           "\n"
           "  --out DIR    folder to write to (default: assets); it must exist\n"
@@ -57,10 +58,12 @@ int main(int argc, char** argv) {
   }
   image_fonts fonts;
   std::string error;
-  if (!open_fonts(font, bold, &fonts, &error) || !make_images(out, fonts, &error)) {
+  if (!open_fonts(font, bold, &fonts, &error) || !make_images(out, fonts, &error) ||
+      !make_icons(out, &error)) {
     fprintf(stderr, "zephyra-make-images: %s\n", error.c_str());
     return 1;
   }
   for (const char* name : image_files) printf("%s/%s\n", out.c_str(), name);
+  for (int size : icon_sizes) printf("%s/%s\n", out.c_str(), icon_file(size).c_str());
   return 0;
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "files/log.h"
 #include "publish/options.h"
 #include "publish/publish.h"
 
@@ -18,6 +19,9 @@ int main(int argc, char** argv) {
   switch (parse_publish_args(args, opt, error)) {
     case parse_help:
       fputs(publish_help().c_str(), stdout);
+      return 0;
+    case parse_version:
+      puts(version_text("zephyra-publish").c_str());
       return 0;
     case parse_error:
       fprintf(stderr, "zephyra-publish: %s\n", error.c_str());

@@ -56,6 +56,7 @@ parse_outcome parse_publish_args(const std::vector<std::string>& args, publish_o
     std::string name = args[i], value;
     bool inline_value = false;
     if (name == "--help" || name == "-h") return parse_help;
+    if (name == "--version") return parse_version;
     if (name == "--quiet") {
       opt.progress = false;
       continue;
@@ -127,6 +128,7 @@ std::string publish_help() {
 usage: zephyra-publish --product DIR --release NAME --out ROOT
                        [--previous LIST] [--mirror HOST,FOLDER,DESCRIPTION]...
                        [--platform PATTERN=N]... [--quiet]
+       zephyra-publish --version
 Every option may also be written --option=value.
 
   --product DIR     The product folder. Its own name is the top folder of every
@@ -157,6 +159,7 @@ Every option may also be written --option=value.
                     2 Windows, 3 Linux generic x86, 4 Linux Pentium 3,
                     5 Linux Athlon XP, 6 all three Linux choices.
   --quiet           No progress line while packing.
+  --version         The program's version and build.
   --help            This text.
 
 Nothing is visible on the mirror until everything is ready: files are written

@@ -5,7 +5,7 @@
 
 #include "publish/publish.h"
 
-enum parse_outcome { parse_run, parse_help, parse_error };
+enum parse_outcome { parse_run, parse_help, parse_error, parse_version };
 
 // Reads args (without the program name). Each option may be written
 // "--name value" or "--name=value"; --mirror and --platform may repeat.
