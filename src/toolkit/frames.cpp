@@ -292,3 +292,15 @@ void BTN_draw_help(float x, float y, float h, const std::string& text) {
   BTN_frame2(14, x - 10, y - 10, 420, h + 20, "");
   OGL_string(46, x + 3, y + h - 10, text, 394, charset_UI_diff_space);
 }
+
+void BTN_util_draw_boxed_button(float x, float y, float w, int columns, int arrows) {
+  // The digits sit 4 pixels in from x; the box is a little wider than they are.
+  BTN_frame1(9, x + 4 + w * 0.5f, y + 3, w + 15, 0);
+  if (!arrows) return;
+  for (int k = 0; k < columns; ++k) {
+    const float cx = x + 4 + 10 * k + 5;
+    BTN_util_element(cx, y + 20, digit_up.w * 0.5f, digit_up.h * 0.5f, digit_up.s, digit_up.t, 0);
+    BTN_util_element(cx, y - 14, digit_down.w * 0.5f, digit_down.h * 0.5f, digit_down.s,
+                     digit_down.t, 0);
+  }
+}

@@ -27,6 +27,10 @@ int BTN_zap_boxes(int open);
 void BTN_expand_label(const std::string& label, std::string* left, std::string* right,
                       std::string* help);
 void BTN_util_draw_label(float x, float y, int align, const std::string& text, int pressed);
+// The box of a number or character field whose first column starts at x,
+// text base line y, w pixels of columns wide; with arrows set, an up and a
+// down arrow above and below each of the columns.
+void BTN_util_draw_boxed_button(float x, float y, float w, int columns, int arrows);
 // How a label of over 12 characters is split: the two lines (second empty
 // when it stays on one).
 void BTN_split_label(const std::string& text, std::string* top, std::string* bottom);
