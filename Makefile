@@ -9,7 +9,7 @@ PACKAGES = g++ cmake ninja-build pkg-config zlib1g-dev libpng-dev libminizip-dev
            libxtst-dev xvfb xauth libgl1-mesa-dri mesa-utils python3 time bc \
            libfreetype-dev fonts-dejavu-core
 
-.PHONY: all deps build run test test-asan bench images clean
+.PHONY: all deps build run test test-asan bench images screenshots clean
 
 all: build
 
@@ -46,6 +46,10 @@ test-asan: deps $(BUILD_ASAN)/build.ninja
 images: deps $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target zephyra-make-images
 	$(BUILD)/zephyra-make-images --out assets
+
+# The pictures of the screens in docs/screens, drawn under Xvfb by the window tests.
+screenshots: build
+	ZEPHYRA_SCREENSHOT_DIR=$(CURDIR)/docs/screens $(BUILD)/test_app --gtest_filter='*Screenshot*'
 
 bench: build
 	@for b in bench/*.sh; do echo "== $$b"; bash $$b $(BUILD) || exit 1; done

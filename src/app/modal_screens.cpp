@@ -1,0 +1,3 @@
+#include "app/modal_screens.h"
+
+void APP_install_modal_screens() {}
