@@ -16,6 +16,7 @@
 #include "files/paths.h"
 #include "shell/glprobe.h"
 #include "shell/hooks.h"
+#include "shell/keys.h"
 #include "shell/menus.h"
 #include "shell/threads.h"
 #include "shell/window.h"
@@ -98,6 +99,8 @@ int MACIBM_init(int argc, char const* const* argv) {
   xer.flush();
 
   cmdline.init_unix(argc, const_cast<const char**>(argv));
+  // Typing works on every screen, whichever opens first.
+  if (!shell_hooks.handle_key) KEYS_install_hook();
   THREAD_init();
   alert_hooks.finishup = finishup_hook;
 

@@ -48,9 +48,9 @@ TEST(ShellProgram, DISABLED_StartAndEnd) {
   const int up = MACIBM_init(window ? 2 : 1, argv);
   printf("init=%d\n", up);
   if (!up) return;
-  printf("win_now=%d ogl_inited=%d menus=%zu workers=%d finishup=%d\ntrace=%s\n", mnw.win_now,
-         ogl_inited, menu.size(), THREAD_worker_count(), alert_hooks.finishup != nullptr,
-         trace.c_str());
+  printf("win_now=%d ogl_inited=%d menus=%zu workers=%d finishup=%d keys=%d\ntrace=%s\n",
+         mnw.win_now, ogl_inited, menu.size(), THREAD_worker_count(),
+         alert_hooks.finishup != nullptr, shell_hooks.handle_key != nullptr, trace.c_str());
   MACIBM_finishup(1);
   printf("after: window=%d workers=%d log_open=%d\n", win != 0, THREAD_worker_count(),
          xer.is_open() ? 1 : 0);
@@ -74,7 +74,7 @@ TEST(StartUp, WindowProbeAndLogComeUpInOrderAndGoDownAgain) {
   const auto [r, text] = start(true);
   ASSERT_EQ(0, r.exit_code) << r.out;
   EXPECT_TRUE(has(r.out, "win_now=-1 ogl_inited=1 menus=1520 workers=" +
-                             std::to_string(UTL_count_processors()) + " finishup=1"))
+                             std::to_string(UTL_count_processors()) + " finishup=1 keys=1"))
       << r.out;
   // Metrics, images and colours after the probe, then two frames of the
   // start-up screen at the minimum bar (0.02 of 1008, from 8).

@@ -17,12 +17,13 @@
 
 std::function<void()> on_app_update;
 std::vector<int> menu_ids_seen;
+std::vector<std::pair<int, int>> app_keys_seen;
 unsigned long long test_now_us = 0;
 
 void APP_update() {
   if (on_app_update) on_app_update();
 }
-void APP_handlekey(int, int) {}
+void APP_handlekey(int mode, int code) { app_keys_seen.emplace_back(mode, code); }
 void APP_handlemenu(int id) { menu_ids_seen.push_back(id); }
 
 static unsigned long long test_clock() { return test_now_us; }
@@ -37,6 +38,7 @@ void shell_test_reset() {
   shell_hooks = shell_hooks_t();
   on_app_update = nullptr;
   menu_ids_seen.clear();
+  app_keys_seen.clear();
   menu.clear();
   for (std::string& s : stls) s.clear();
   stl_input.clear();

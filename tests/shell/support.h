@@ -3,11 +3,14 @@
 #pragma once
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // What the pump calls in the application; each test sets what it needs.
 extern std::function<void()> on_app_update;
 extern std::vector<int> menu_ids_seen;
+// Every APP_handlekey call as (mode, code).
+extern std::vector<std::pair<int, int>> app_keys_seen;
 
 // The pump's clock, in microseconds, moved by the test.
 extern unsigned long long test_now_us;
