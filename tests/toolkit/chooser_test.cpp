@@ -2,6 +2,7 @@
 // with input posted between the frames.
 #include "toolkit/chooser.h"
 
+#include <X11/keysym.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -11,6 +12,7 @@
 
 #include "files/listing.h"
 #include "shell/hooks.h"
+#include "shell/keys.h"
 #include "shell/pump.h"
 #include "shell/window.h"
 #include "support.h"
@@ -21,7 +23,7 @@ namespace {
 // One step runs inside each frame, once the input is drained (the pump sets
 // the blinking colours then; a pressed button swaps buffers on its own, so
 // the swap can't count frames). The chooser sees posted input one frame
-// later, stl_input and return_hit at once.
+// later.
 std::vector<std::function<void()>> steps;
 size_t next_step = 0;
 
@@ -43,6 +45,12 @@ void click(float x, float y) {
   PUMP_post_button(1);
   PUMP_post_button(0);
 }
+void type_keys(std::initializer_list<unsigned long> keysyms) {
+  for (unsigned long k : keysyms) {
+    PUMP_post_key(k, 1);
+    PUMP_post_key(k, 0);
+  }
+}
 void idle() {}
 
 // Top of the list's row r (entry r while the list is not scrolled).
@@ -57,6 +65,7 @@ class Chooser : public ::testing::Test {
     TOOLKIT_install_hooks();
     blink = shell_hooks.set_blink_colours;
     shell_hooks.set_blink_colours = run_step;
+    KEYS_install_hook();
     steps.clear();
     next_step = 0;
     for (const char* d : {"alpha", "beta", "beta/inner", "beta/my-stuff"})
@@ -78,7 +87,8 @@ class Chooser : public ::testing::Test {
 TEST_F(Chooser, WalksTheTreeMakesAFolderCutsBackAndSelects) {
   steps = {
       // alpha/ beta/ file.txt: the middle row is selected; Return enters it.
-      [] { return_hit = 1; },
+      [] { type_keys({XK_Return}); },
+      idle,
       // beta/: inner/ my-stuff/ notes.txt. A file row does nothing.
       [&] {
         EXPECT_EQ(wrk_path, root + "beta/");
@@ -87,19 +97,21 @@ TEST_F(Chooser, WalksTheTreeMakesAFolderCutsBackAndSelects) {
       idle,
       [&] {
         EXPECT_EQ(wrk_path, root + "beta/");
-        stl_input = "made by hand";
-        click(240, 28);   // New Folder
+        // Typing needs no click on the field.
+        type_keys({XK_m, XK_a, XK_d, XK_e, XK_space, XK_i, XK_t});
       },
+      idle,
+      [] { click(240, 28); },   // New Folder
       idle,
       idle,
       // The new folder is listed at once, in its place by name; a click enters it.
       [&] {
-        EXPECT_EQ(g_file[1], "made by hand/");
+        EXPECT_EQ(g_file[1], "made it/");
         click(100, row_y(1));
       },
       idle,
       [&] {
-        EXPECT_EQ(wrk_path, root + "beta/made by hand/");
+        EXPECT_EQ(wrk_path, root + "beta/made it/");
         click(mnw.win_dx * 0.5f, 440);   // the parts pop-up, over the deepest part
       },
       idle,
@@ -117,7 +129,7 @@ TEST_F(Chooser, WalksTheTreeMakesAFolderCutsBackAndSelects) {
   EXPECT_STREQ(result, (root + "beta/").c_str());
   EXPECT_EQ(mnw.win_now, 0) << "the screen that called comes back";
   struct stat st;
-  EXPECT_EQ(stat((root + "beta/made by hand").c_str(), &st), 0);
+  EXPECT_EQ(stat((root + "beta/made it").c_str(), &st), 0);
 }
 
 TEST_F(Chooser, CancelAndAnotherScreenReturnNothingSelectDropsDoubledRoots) {
