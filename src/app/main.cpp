@@ -1,44 +1,53 @@
 // Entry of the installer. With --console the stage machine runs in the
 // terminal and no display is opened. Otherwise the shell brings up the log,
-// the command line and the window; the run record and the preferences are
-// set before the frame loop. The installer's screens are not built yet, so
-// the window road stops after start-up with a plain word to the user.
-#include <cstdio>
+// the command line and the window, the run settles its folder, and the frame
+// loop draws the main screen until Quit.
 #include <string>
 
 #include "app/console.h"
+#include "app/main_screen.h"
+#include "app/modal_screens.h"
+#include "app/stage_work.h"
 #include "files/alert.h"
 #include "files/log.h"
-#include "files/paths.h"
+#include "install/person.h"
 #include "install/preferences.h"
 #include "install/stage.h"
 #include "shell/hooks.h"
+#include "shell/pump.h"
 #include "shell/startup.h"
 #include "toolkit/toolkit.h"
 
-// The pump calls these once a frame; the screens will fill them in.
-void APP_update() {}
+void APP_update() { main_screen_update(); }
 void APP_handlekey(int, int) {}
 void APP_handlemenu(int) {}
+
+namespace {
+
+// Until a chooser is on screen, asking for a folder is a cancel: the run
+// goes on with the folder it has.
+int no_chooser(int, const char* prompt, const char*, int, const char*, char*) {
+  xer << "No folder chooser: keeping the folder (" << (prompt ? prompt : "") << ")\n";
+  return 0;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   if (console_wanted(argc, argv)) return console_main(argc, argv);
 
   TOOLKIT_install_hooks();
-  shell_hooks.save_prefs = [] { pref.IO_set(11, 1); };
+  shell_hooks.save_prefs = [] { pref.IO_set(pref_set_installer, 1); };
   shell_hooks.use_max_cpu = &stg.use_max_cpu;
 
   if (!MACIBM_init(argc, argv)) return 1;
 
-  get_OS_abs_path(2, dest_dir_path);
-  get_OS_abs_path(3, temp_path);
-  xer << "os_dir_apps:" << dest_dir_path << "\n";
-  xer << "os_dir_temp:" << temp_path << "\n";
-  set_run_defaults();
-  pref.IO_set(11, 0);
+  APP_install_modal_screens();
+  person_hooks.go_to_URL = app_go_to_URL;
+  if (!person_hooks.GetFilePathFromUser) person_hooks.GetFilePathFromUser = no_chooser;
 
-  puts("Zephyra Installer: the window and its start-up work, but the installer's screens are not built yet.");
-  app_done = 1;
+  stage_main_start(argc, argv);
+  while (!app_done) MACIBM_event_proc();
   MACIBM_finishup(1);
   return 0;
 }

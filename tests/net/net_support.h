@@ -165,7 +165,9 @@ class nginx_server {
  public:
   static constexpr const char* binary = "/usr/sbin/nginx";
 
-  explicit nginx_server(const std::string& root) : root_(root) {
+  // extra: lines for the http block, such as "limit_rate 1m;".
+  explicit nginx_server(const std::string& root, const std::string& extra = "")
+      : root_(root), extra_(extra) {
     if (access(binary, X_OK) != 0) {
       error = std::string(binary) + " is missing (make test installs it)";
       return;
@@ -193,7 +195,7 @@ class nginx_server {
          << "/nginx.pid;\nevents { worker_connections 64; }\nhttp {\n  access_log off;\n";
     for (const char* t : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"})
       conf << "  " << t << "_temp_path " << root_ << "/" << t << ";\n";
-    conf << "  server { listen 127.0.0.1:" << port << "; root " << www() << "; }\n}\n";
+    conf << "  " << extra_ << "\n  server { listen 127.0.0.1:" << port << "; root " << www() << "; }\n}\n";
     write_file(root_ + "/nginx.conf", conf.str());
 
     const std::string log = root_ + "/error.log";
@@ -220,7 +222,7 @@ class nginx_server {
     error = read_file(log) + "nginx did not start listening";
   }
 
-  std::string root_;
+  std::string root_, extra_;
   pid_t pid_ = -1;
 };
 

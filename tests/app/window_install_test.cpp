@@ -1,0 +1,159 @@
+// Installs from nginx through the main screen in the test's own window under
+// Xvfb: the frame loop runs on the real clock, START is a posted click, and
+// each state of the screen is saved as a picture along the way.
+#include <unistd.h>
+
+#include <cstdlib>
+#include <functional>
+#include <map>
+
+#include "../net/net_support.h"
+#include "app/main_screen.h"
+#include "files/alert.h"
+#include "install/directory.h"
+#include "install/person.h"
+#include "install/stage.h"
+#include "install/streams.h"
+#include "net/http.h"
+#include "screens_support.h"
+#include "shell/pump.h"
+#include "support.h"
+
+namespace {
+
+std::string sh(const std::string& cmd) {
+  std::string out;
+  FILE* p = popen(cmd.c_str(), "r");
+  char buf[4096];
+  size_t n;
+  while (p && (n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
+  if (p) pclose(p);
+  return out;
+}
+
+// Files and links below root with their signatures, folders left out.
+std::string listing(const std::string& root) {
+  return sh("cd '" + root + "' && find . ! -type d -exec md5sum {} + | sort");
+}
+
+int agree() { return 1; }
+int cancel_chooser(int, const char*, const char*, int, const char*, char*) { return 0; }
+
+class WindowScreens : public ScreenSuite {
+ protected:
+  net_test::scratch tmp;
+  // Slow enough that several frames show the bar part-filled.
+  net_test::nginx_server server{tmp.file("nginx"), "limit_rate 1m;"};
+  std::string product;
+
+  void SetUp() override {
+    ScreenSuite::SetUp();
+    ASSERT_TRUE(server.running()) << server.error;
+    product = tmp.file("product/Zephyra");
+    // Files of growing size, so the installed total climbs in steps.
+    std::map<std::string, std::string> files = {{"Resources/fonts/map.txt", "fonts\n"},
+                                                {"Airfoils/wing.afl", "wing\n"},
+                                                {"Instructions/Read Me.txt", "read me\n"}};
+    for (unsigned i = 1; i <= 8; ++i)
+      files["Resources/part" + std::to_string(i) + ".dat"] = net_test::pattern_bytes(150000 * i, i);
+    for (const auto& [rel, bytes] : files) {
+      sh("mkdir -p \"$(dirname '" + product + "/" + rel + "')\"");
+      net_test::write_file(product + "/" + rel, bytes);
+    }
+    const std::string out = sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
+                               "' --release 8.60 --out '" + server.www() +
+                               "' --mirror 'good.example,/,Good mirror' 2>&1; echo status=$?");
+    ASSERT_NE(out.find("status=0"), std::string::npos) << out;
+    const std::string port = std::to_string(server.port);
+    sh("mkdir -p '" + tmp.file("home/.zephyra") + "' '" + tmp.file("disk") + "' '" + tmp.file("t") + "'");
+    net_test::write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"),
+                         "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + port +
+                             "\n_proxy_port_int " + port + "\n");
+    setenv("HOME", tmp.file("home").c_str(), 1);
+    PUMP_set_time_source(nullptr);
+  }
+  void TearDown() override {
+    ScreenSuite::TearDown();
+    sim_info.clear();
+    app_done = 0;
+  }
+
+  // main's own start on a new folder, then frames until done says so (or a
+  // minute passes); each frame's picture goes to shot before the swap.
+  bool install(const std::function<void()>& shot, const std::function<bool()>& done) {
+    person_hooks = person_hooks_t{};
+    person_hooks.handle_EULA = agree;
+    person_hooks.GetFilePathFromUser = cancel_chooser;
+    stage_reset_frame_state();
+    next = next_class();
+    sim_info.clear();
+    app_done = 0;
+    const std::string folder = tmp.file("disk") + "/";
+    const char* argv[] = {"zephyra-installer", "-path", folder.c_str()};
+    stage_main_start(3, argv);
+    temp_path = tmp.file("t/");  // not the shared /tmp/ of a real run
+    // Offline for the first frames: nothing listens on the proxy's port.
+    http._proxy_port_int = net_test::free_port();
+    static std::function<void()> each;
+    each = shot;
+    on_app_update = [] {
+      main_screen_update();
+      each();
+    };
+    for (int i = 0; i < 6000 && !done(); ++i) MACIBM_event_proc();
+    return done();
+  }
+};
+
+TEST_F(WindowScreens, ScreenshotsOfAnInstallFromNginx) {
+  std::map<std::string, int> saved;
+  auto once = [&](const char* name) {
+    if (saved[name]++ == 0) {
+      EXPECT_FALSE(save_docs_screen(name).empty()) << name;
+    }
+  };
+  int frames = 0;
+  auto shot = [&] {
+    if (++frames == 5) {
+      EXPECT_EQ(stg.server_count, -1);
+      once("main_waiting");
+      http._proxy_port_int = server.port;
+    }
+    if (stg.stage == 0 && stg.dir_state == 3 && saved["main_ready"] == 0) {
+      EXPECT_TRUE(main_screen_last.start_enabled);
+      once("main_ready");
+      // START on the next frame.
+      PUMP_post_motion(window_x(490), window_y(89));
+      PUMP_post_button(1);
+      PUMP_post_button(0);
+    }
+    if (stg.stage == 1 && upd.totl_inst_rat > 0.25f && upd.totl_inst_rat < 0.75f) once("main_installing");
+    // The frame that ends the run still shows the transfer's lines.
+    if (main_screen_last.lines.line[0].text == "INSTALLATION COMPLETE!") once("main_complete");
+  };
+  ASSERT_TRUE(install(shot, [&] { return saved["main_complete"] > 0; }));
+  for (const char* name : {"main_waiting", "main_ready", "main_installing", "main_complete"})
+    EXPECT_GT(saved[name], 0) << name;
+  EXPECT_EQ(main_screen_last.message.text, "INSTALLATION COMPLETE!");
+  EXPECT_EQ(listing(tmp.file("disk/Zephyra")), listing(product));
+}
+
+TEST_F(WindowScreens, ScreenshotOfAFailedInstall) {
+  net_test::write_file(server.www() + "/8.60/Zephyra/Airfoils/wing.afl.zip", "PK\x03\x04 not a zip at all");
+  bool shown = false;
+  auto shot = [&] {
+    http._proxy_port_int = server.port;
+    if (stg.stage == 0 && stg.dir_state == 3 && !shown) {
+      shown = true;
+      PUMP_post_motion(window_x(490), window_y(89));
+      PUMP_post_button(1);
+      PUMP_post_button(0);
+    }
+  };
+  ASSERT_TRUE(install(shot, [] { return stg.stage == 2; }));
+  main_screen_update();  // the frame after the end shows the red lines
+  EXPECT_EQ(main_screen_last.lines.line[0].colour, 68);
+  EXPECT_FALSE(save_docs_screen("main_failed").empty());
+}
+
+}  // namespace
