@@ -87,19 +87,20 @@ bool splits_at(char c) { return c == ' ' || c == '-' || c == '/'; }
 
 // Light text on a dark panel, the dark label colour on a light one, judged
 // from the top edge of the panel's picture so a new look needs no code.
-int title_colour(int type) {
+int title_colour(int type, bool on_bar) {
   const panel_source* p = find_panel(type);
-  if (!p || type == 11 || type == 12) return 37;   // on the title bar
+  if (!p || on_bar) return 37;   // on the title bar
   const int s = p->s + p->size / 2, t = p->t + p->size - p->edge / 2 - 1;
   const unsigned char* px = t_interface_dat + (static_cast<size_t>(t) * sheet_interface_w + s) * 4;
   return px[0] * 3 + px[1] * 6 + px[2] > 1280 ? 42 : 37;
 }
 
 // The panel's title, centred; full-window panels carry it on the title bar.
-void draw_title(int type, float x, float y, float w, float h, const std::string& title) {
+void draw_title(int type, float x, float y, float w, float h, const std::string& title,
+                bool on_bar = false) {
   if (title.empty()) return;
   const float base = (type == 11 || type == 12) ? 16.0f : 12.0f;
-  OGL_string(title_colour(type), x + w * 0.5f - text_width(title) * 0.5f, y + h - base, title,
+  OGL_string(title_colour(type, on_bar), x + w * 0.5f - text_width(title) * 0.5f, y + h - base, title,
              text_no_wrap, charset_UI_diff_space);
 }
 
@@ -220,7 +221,7 @@ void BTN_fillwin(int title_type, int fill_type) {
   else if (fill_type != 21)
     draw_panel(fill_type, 10, 10, w - 20, h - 40);
   // After the bar, so the bar doesn't hide it.
-  draw_title(type, 0, 0, w, h, stls[0]);
+  draw_title(type, 0, 0, w, h, stls[0], fill_type == 1);
   if (type == 11 && (mnw.win_now < 995 || mnw.win_now > 999)) BTN_zap_boxes(0);
 }
 

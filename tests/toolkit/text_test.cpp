@@ -8,6 +8,8 @@
 
 #include "files/mnw.h"
 #include "support.h"
+#include "toolkit/builtin_images.h"
+#include "toolkit/sheet.h"
 #include "toolkit/text.h"
 
 namespace {
@@ -178,6 +180,39 @@ TEST_F(Text, NumberFieldsAndTheOverflowForm) {
   EXPECT_EQ(".@105,49 5@100,50 0@106,50 0@112,50 x@118,50 2@124,50", number(500, 2, 0));
   // A sign stays in front.
   EXPECT_EQ('-', number(-500, 2, 0)[0]);
+}
+
+// The columns of the screen a number's characters ink, by the built-in
+// sheet's glyphs: digits and marks kept apart.
+void number_ink(float value, int digits, int decimals, std::vector<int>* digit_cols,
+                std::vector<int>* mark_cols) {
+  std::vector<glyph_place> out;
+  text_number_layout(0, 0, value, digits, decimals, charset_UI_mono_10, &out);
+  for (const glyph_place& g : out) {
+    float s, t;
+    text_char_source(g.code, charset_UI_mono_10, glyph_mono_s, glyph_t, glyph_cell_w,
+                     glyph_cell_h, &s, &t);
+    for (int x = 0; x < glyph_cell_w; ++x)
+      for (int y = 0; y < glyph_cell_h; ++y)
+        if (t_interface_dat[((int(t) + y) * sheet_interface_w + int(s) + x) * 4 + 3]) {
+          (g.c == '.' || g.c == ',' ? mark_cols : digit_cols)->push_back(int(g.x) + x);
+          break;
+        }
+  }
+}
+
+TEST_F(Text, PointsAndCommasOfNumberFieldsKeepAColumnFromTheDigits) {
+  const struct {
+    float value;
+    int digits, decimals;
+  } cases[] = {{1234567.5f, 9, 1}, {8888.88f, 6, 2}, {12345678.f, 4, 0}, {500, 2, 0}};
+  for (const auto& c : cases) {
+    std::vector<int> digit_cols, mark_cols;
+    number_ink(c.value, c.digits, c.decimals, &digit_cols, &mark_cols);
+    ASSERT_FALSE(mark_cols.empty()) << c.value;
+    for (int m : mark_cols)
+      for (int d : digit_cols) EXPECT_GT(std::abs(m - d), 1) << c.value << ": mark at " << m << ", digit at " << d;
+  }
 }
 
 TEST_F(Text, MisusesAreTold) {

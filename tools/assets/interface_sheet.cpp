@@ -85,8 +85,15 @@ void draw_glyphs(raster& r, const face_class& face) {
       draw_glyph(r, face, c, glyph_prop_s + col * glyph_cell_w, cy, advance,
                  std::min(advance - 1, int(glyph_cell_w)));
       // The monospaced copy: everything centred in 6 columns, so digits
-      // step evenly by 6 or by 10.
-      draw_glyph(r, face, c, glyph_mono_s + col * glyph_cell_w, cy, 6, 5);
+      // step evenly by 6 or by 10. Numbers put "." and "," half a step
+      // after a digit (and the point of the short form 2 pixels further):
+      // starting them at column 1 leaves a free column on both sides at 10.
+      if (c == '.')
+        draw_glyph(r, face, c, glyph_mono_s + col * glyph_cell_w, cy, 3, 1);
+      else if (c == ',')
+        draw_glyph(r, face, c, glyph_mono_s + col * glyph_cell_w, cy, 4, 2);
+      else
+        draw_glyph(r, face, c, glyph_mono_s + col * glyph_cell_w, cy, 6, 5);
     }
 }
 
@@ -236,28 +243,32 @@ struct panel_style {
   rgba middle;
 };
 
+// Every body is chosen for the text colours drawn on it to read at 4.5:1 or
+// better (tests/assets checks the pairs): the dark label colours 42 and 45 on
+// light bodies, white, grey 60 and mint on near-black ones.
 panel_style style_of(int type) {
   const rgba dark = opaque(8, 16, 28);
-  const rgba slot33 = opaque(51, 67, 86);
   switch (type) {
     case 11:
-    case 12:  // whole sub-window: the dialog colour inside a slate rim
-      return {6, {{1, dark}, {1, opaque(112, 132, 156)}, {2, opaque(74, 92, 114)}, {1, dark}}, slot33};
+    case 12:  // whole sub-window: a light dialog inside a slate rim, dark texts
+      return {6, {{1, dark}, {1, opaque(112, 132, 156)}, {2, opaque(74, 92, 114)}, {1, dark}},
+              opaque(232, 236, 241)};
     case 13:  // group panel: light, for dark labels
       return {5, {{1, edge_grey}, {1, opaque(248, 250, 252)}}, opaque(226, 231, 237)};
     case 14:  // tool-tip: mint text on navy
       return {4, {{1, mint}, {1, opaque(20, 32, 48)}}, fade(opaque(20, 32, 48), 0.94f)};
-    case 15:  // start-up and path panel: white and mint text
-      return {6, {{1, dark}, {1, opaque(96, 116, 140)}}, opaque(30, 44, 62)};
+    case 15:  // start-up and path panel: white, grey and mint text
+      return {6, {{1, dark}, {1, opaque(96, 116, 140)}}, opaque(14, 20, 28)};
     case 16:  // agreement: dark text
       return {5, {{1, edge_grey}, {1, opaque(252, 253, 254)}}, opaque(236, 239, 243)};
-    case 17:  // menus: white items
-      return {3, {{1, dark}, {1, opaque(90, 110, 135)}}, fade(opaque(28, 40, 56), 0.96f)};
-    default:  // 20, the wide border round the main screen's texts
+    case 17:  // menus: white and half-white items
+      return {3, {{1, dark}, {1, opaque(90, 110, 135)}}, fade(opaque(16, 24, 36), 0.96f)};
+    default:  // 20, the wide border round the main screen's texts; white so
+              // even the pure red of a failure stands out
       return {8,
               {{1, opaque(30, 44, 62)}, {3, opaque(120, 140, 165)}, {1, opaque(70, 88, 110)},
-               {1, opaque(250, 251, 252)}},
-              opaque(226, 232, 239)};
+               {1, opaque(214, 222, 232)}},
+              opaque(255, 255, 255)};
   }
 }
 
