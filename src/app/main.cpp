@@ -13,13 +13,28 @@
 #include "install/person.h"
 #include "install/preferences.h"
 #include "install/stage.h"
+#include "net/clock.h"
 #include "shell/hooks.h"
 #include "shell/pump.h"
 #include "shell/startup.h"
 #include "toolkit/chooser.h"
 #include "toolkit/toolkit.h"
 
-void APP_update() { main_screen_update(); }
+namespace {
+// Time spent in the frames of stage 1, for the log at the end.
+double stage1_seconds = 0;
+long stage1_frames = 0;
+}  // namespace
+
+void APP_update() {
+  const int installing = stg.stage == 1;
+  const double start = xtim.microsecs() * 1e-6;
+  main_screen_update();
+  if (installing) {
+    stage1_seconds += xtim.microsecs() * 1e-6 - start;
+    ++stage1_frames;
+  }
+}
 void APP_handlekey(int, int) {}
 void APP_handlemenu(int) {}
 
@@ -50,6 +65,9 @@ int main(int argc, char** argv) {
 
   stage_main_start(argc, argv);
   while (!app_done) MACIBM_event_proc();
+  if (stage1_frames)
+    xer << "APP_update in stage 1: " << stage1_frames << " frames, mean "
+        << stage1_seconds * 1000 / stage1_frames << " ms\n";
   MACIBM_finishup(1);
   return 0;
 }

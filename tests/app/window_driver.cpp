@@ -1,0 +1,121 @@
+#include "window_driver.h"
+
+#include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+#include "files/mnw.h"
+#include "shell/window.h"
+
+bool window_driver_class::open() {
+  d = XOpenDisplay(nullptr);
+  return d != nullptr;
+}
+
+window_driver_class::~window_driver_class() {
+  if (d) XCloseDisplay(d);
+}
+
+bool window_driver_class::wait_for_window(double seconds) {
+  return wait_until(
+      [&] {
+        Window root = DefaultRootWindow(d), parent, *kids = nullptr;
+        unsigned n = 0;
+        if (!XQueryTree(d, root, &root, &parent, &kids, &n)) return false;
+        for (unsigned i = 0; i < n && !w; ++i) {
+          XWindowAttributes a;
+          if (XGetWindowAttributes(d, kids[i], &a) && a.map_state == IsViewable && a.width == 1024 &&
+              a.height == 768) {
+            w = kids[i];
+            Window child;
+            XTranslateCoordinates(d, w, root, 0, 0, &left, &top, &child);
+          }
+        }
+        if (kids) XFree(kids);
+        return w != 0;
+      },
+      seconds);
+}
+
+window_rgb window_driver_class::pixel(float x, float y) {
+  window_rgb c;
+  count(x, y, x, y, [&](window_rgb p) { return c = p, true; });
+  return c;
+}
+
+int window_driver_class::count(float x1, float y1, float x2, float y2,
+                               const std::function<bool(window_rgb)>& test) {
+  const int w_px = static_cast<int>(x2 - x1) + 1, h_px = static_cast<int>(y2 - y1) + 1;
+  XImage* img = XGetImage(d, w, static_cast<int>(x1), 768 - static_cast<int>(y2), w_px, h_px, AllPlanes,
+                          ZPixmap);
+  if (!img) return 0;
+  int n = 0;
+  for (int y = 0; y < h_px; ++y)
+    for (int x = 0; x < w_px; ++x) {
+      const unsigned long p = XGetPixel(img, x, y);
+      n += test({static_cast<int>((p >> 16) & 255), static_cast<int>((p >> 8) & 255),
+                 static_cast<int>(p & 255)});
+    }
+  XDestroyImage(img);
+  return n;
+}
+
+void window_driver_class::click(float x, float y) {
+  XTestFakeMotionEvent(d, -1, left + static_cast<int>(x), top + 768 - static_cast<int>(y), 0);
+  XSync(d, False);
+  // A frame or two on the button first, as a hand would rest there.
+  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  XTestFakeButtonEvent(d, 1, True, 0);
+  XSync(d, False);
+  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  XTestFakeButtonEvent(d, 1, False, 0);
+  XSync(d, False);
+  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+}
+
+bool window_driver_class::wait_until(const std::function<bool()>& test, double seconds) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+  while (!test()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return true;
+}
+
+void dialog_origin(int code, float* x, float* y) {
+  const wind_code_row* row = MACIBM_wind_row(code);
+  mnw.x_res = 1024, mnw.y_res = 768, mnw.pix_scale = 1;
+  MACIBM_centre(row ? row->width : 1024, row ? row->height : 768, x, y);
+}
+
+std::string drive_window_install(window_driver_class& w, double seconds,
+                                 const std::function<void()>& before_start) {
+  if (!w.wait_for_window(30)) return "no window";
+  auto start_green = [&] {
+    const window_rgb c = w.pixel(kStartSpot.x, kStartSpot.y);
+    return c.g > c.r + 8;
+  };
+  if (!w.wait_until(start_green, seconds)) return "START never turned green";
+  if (before_start) before_start();
+  const window_rgb sky = w.pixel(kSkySpot.x, kSkySpot.y);
+  w.click(kStartSpot.x, kStartSpot.y);
+  auto covered = [&] {
+    const window_rgb c = w.pixel(kSkySpot.x, kSkySpot.y);
+    return std::abs(c.r - sky.r) + std::abs(c.g - sky.g) + std::abs(c.b - sky.b) > 30;
+  };
+  if (!w.wait_until(covered, 10)) return "no agreement after START";
+  float ox, oy;
+  dialog_origin(1, &ox, &oy);
+  w.click(ox + kAgreeSpot.x, oy + kAgreeSpot.y);
+  auto complete = [&] {
+    return w.count(kMessageLow.x, kMessageLow.y, kMessageHigh.x, kMessageHigh.y,
+                   [](window_rgb c) { return c.g > c.r + 40 && c.g > c.b + 40; }) > 20;
+  };
+  if (!w.wait_until(complete, seconds)) return "never INSTALLATION COMPLETE!";
+  w.click(kQuitSpot.x, kQuitSpot.y);
+  return "";
+}

@@ -1,0 +1,59 @@
+// Drives the installer's window from outside, as a person would: XTEST
+// clicks at points of the screen, and the screen read back from the X server.
+// Points are interface units, origin at the lower left of the 1024 by 768
+// window; a dialog's points are offset by its centred origin.
+#pragma once
+#include <X11/Xlib.h>
+
+#include <functional>
+#include <string>
+
+struct window_rgb {
+  int r = 0, g = 0, b = 0;
+};
+
+class window_driver_class {
+ public:
+  // Connects to $DISPLAY.
+  bool open();
+  ~window_driver_class();
+  // Waits for the installer's window to be mapped.
+  bool wait_for_window(double seconds);
+  window_rgb pixel(float x, float y);
+  // How many pixels of the box x1..x2, y1..y2 pass test.
+  int count(float x1, float y1, float x2, float y2, const std::function<bool(window_rgb)>& test);
+  void click(float x, float y);
+  // Calls test every 20 ms until it is true or the time is up.
+  static bool wait_until(const std::function<bool()>& test, double seconds);
+
+ private:
+  Display* d = nullptr;
+  Window w = 0;
+  int left = 0, top = 0;   // the window's place on the screen
+};
+
+// The origin of a dialog by its window code, as the installer centres it.
+void dialog_origin(int code, float* x, float* y);
+
+// The screen's places the drive needs.
+struct window_spot {
+  float x, y;
+};
+// START's middle; green when enabled.
+inline constexpr window_spot kStartSpot = {491, 89};
+// DESTINATION's middle; drawn in stages 0 and 2 only.
+inline constexpr window_spot kDestinationSpot = {73, 89};
+inline constexpr window_spot kQuitSpot = {985, 89};
+inline constexpr window_spot kPrefsSpot = {50, 750};
+// The Agree button, relative to the agreement's origin.
+inline constexpr window_spot kAgreeSpot = {429, 21};
+// The state message's first words.
+inline constexpr window_spot kMessageLow = {154, 612}, kMessageHigh = {300, 624};
+// A point of the background that the dialogs cover.
+inline constexpr window_spot kSkySpot = {512, 400};
+
+// What a person does for a fresh install: waits for START to turn green,
+// presses it, agrees, waits for "INSTALLATION COMPLETE!" in green, and quits.
+// before_start runs first, on the ready screen. Returns "" or what went wrong.
+std::string drive_window_install(window_driver_class& w, double seconds,
+                                 const std::function<void()>& before_start = nullptr);
