@@ -30,6 +30,11 @@ bool column_hit(float x, float y, int columns, int* column, bool* up) {
   return true;
 }
 
+// The arrows show only while the pointer is on the field or its arrows.
+int arrows_shown(float x, float y, int columns) {
+  return mnw.menu_open == -1 && BTN_mouse_in(x, y - 18, x + columns * 10.0f, y + 24);
+}
+
 // T is the type the arithmetic runs in: float for the float and int forms,
 // double for the double form.
 template <class T>
@@ -55,8 +60,7 @@ int number_field(float x, float y, T* value, int digits, int decimals, T lo, T h
   const T scale = static_cast<T>(std::pow(10.0, decimals));
   *value = std::round(*value * scale) / scale;
 
-  BTN_util_draw_boxed_button(x, y, digits * 10.0f, digits,
-                             mnw.menu_open == -1 && BTN_mouse_in(x, y - 18, x + digits * 10.0f, y + 24));
+  BTN_util_draw_boxed_button(x, y, digits * 10.0f, digits, arrows_shown(x, y, digits));
   draw_labels(x, y, digits, left, right);
   if (sign_column)
     // The number's own "-" lands in the sign column.
@@ -141,8 +145,7 @@ int BTN_chars(float x, float y, char* text, int length, const std::string& label
       c = (c <= ' ' || c > '~') ? '~' : c - 1;
     text[column] = static_cast<char>(c);
   }
-  BTN_util_draw_boxed_button(x, y, length * 10.0f, length,
-                             mnw.menu_open == -1 && BTN_mouse_in(x, y - 18, x + length * 10.0f, y + 24));
+  BTN_util_draw_boxed_button(x, y, length * 10.0f, length, arrows_shown(x, y, length));
   draw_labels(x, y, length, left, right);
   for (int k = 0; k < length; ++k) {
     if (!text[k]) continue;

@@ -79,7 +79,8 @@ int BTN_vert_slider(int index, float x, float y_low, float y_high, int lo, int h
     grabbed = 1;
 
   if (grabbed) {
-    if (span != 0) *value = static_cast<int>(std::lround(lo + (mnw.mouse_y - top) * (hi - lo) / span));
+    if (span != 0)
+      *value = static_cast<int>(std::lround(lo + (mnw.mouse_y - top) * (hi - lo) / span));
   } else if (mnw.menu_open == -1 && (mnw.mouse_click || (mnw.mouse_repeat && xtim.ot2)) &&
              std::fabs(mnw.mouse_x - x) <= 10) {
     // Arrows of 20 pixels beyond either end; the trough between pages.

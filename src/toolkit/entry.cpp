@@ -4,10 +4,19 @@
 
 #include "files/alert.h"
 #include "files/mnw.h"
+#include "shell/clock.h"
 #include "shell/window.h"
 #include "toolkit/draw.h"
 #include "toolkit/frames.h"
 #include "toolkit/text.h"
+
+namespace {
+// The field that last drew with the focus, and in which frame. The pump
+// drops the focus on every press before the fields run, so this is how a
+// second click on the typing field is told from a first one.
+int focus_seen = -1;
+int focus_frame = -10;
+}  // namespace
 
 int BTN_enterstring(float x, float y, std::string* text, int max_chars, int index,
                     const std::string& label) {
@@ -23,12 +32,18 @@ int BTN_enterstring(float x, float y, std::string* text, int max_chars, int inde
   BTN_offer_help(x, y, x + w, y + 8, help);
   // Taking the focus empties the field: typing always starts afresh.
   if (BTN_clicked_in(x, y, x + w, y + 8) && index != mnw.text_focus) {
+    const bool had_it = mnw.text_focus == -1 && focus_seen == index &&
+                        xtim.frame_count - focus_frame <= 1;
     mnw.text_focus = index;
-    text->clear();
-    stl_input.clear();
-    took = 1;
+    if (!had_it) {
+      text->clear();
+      stl_input.clear();
+      took = 1;
+    }
   }
   if (index == mnw.text_focus) {
+    focus_seen = index;
+    focus_frame = xtim.frame_count;
     const float cx = x + text_width(*text) + 1;
     OGL_line(44, mnw.pulse, cx, y + 6.5f, cx, y - 0.5f);
     // Cut the buffer itself, so BackSpace works from what shows.
