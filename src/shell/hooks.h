@@ -20,6 +20,7 @@ struct shell_hooks_t {
   void (*set_blink_colours)(float pulse) = nullptr;
   void (*check_textures)() = nullptr;            // texture-failure alerts, main screen only
   void (*draw_menus)() = nullptr;                // menu bar and open menu, over the frame
+  float (*text_width)(const std::string& text) = nullptr;   // by the advance table
   // The tool-tip panel with its lower left at (x, y) and text height h.
   void (*draw_help)(float x, float y, float h, const std::string& text) = nullptr;
   // One frame of the start-up screen, the bar ending at bar_end.

@@ -18,7 +18,9 @@ struct menu_struct {
   std::vector<item_struct> items;
 };
 
-enum { menu_count = 1520, popup_menu = 1519 };
+enum { menu_count = 1520, popup_menu = 1519, menu_max_item = 299, menu_max_name = 39 };
+// Where the bar's titles and the rows of a pull-down go.
+enum { menu_bar_bottom = 746, menu_bar_top = 767, menu_row_height = 16, menu_title_margin = 20 };
 extern std::vector<menu_struct> menu;
 
 // The pop-up handshake between the list control and the click handling.
@@ -27,7 +29,24 @@ extern int active_popup_code, select_popup_code, popup_menu_select;
 void MACIBM_clear_menus(int);
 void MACIBM_clear_menu(int index);
 void MACIBM_clear_items(int index);
+// A top-level menu gets the next box along the bar, as wide as its title.
+void MACIBM_create_menu(int index, int parent, const std::string& name);
+// Items hang below their menu's title, one row each, all as wide as the widest.
+void MACIBM_append_menu(int menu_index, int item, int id, const std::string& name, int checked);
+float menu_dx(const std::string& name);
+int accept_menu(int);
+int accept_item(int);
+void MACIBM_read_menus(const std::string& file, const std::string& language_folder);
+// "72 105" becomes "Hi": each decimal number a byte.
+void char_string_to_int_string(std::string* text);
+
 // The pop-up's box is marked empty so no stale click lands in it.
 void MACIBM_empty_popup_box();
-// Inclusive box test in the coordinates of mouse_x, mouse_y.
+// Inclusive box test in the coordinates of mouse_x, mouse_y. An empty box
+// (all four words -1) holds nothing.
 bool menu_box_holds(short x1, short y1, short x2, short y2, float x, float y);
+// An item a click can choose: a label that is neither empty nor a separator.
+bool menu_item_selectable(const item_struct& item);
+// The item to light under the pointer, or -1. Its box is one pixel lower at
+// the top than the click's, so of two rows sharing an edge only one lights.
+int menu_hover_item(const menu_struct& m, float x, float y);

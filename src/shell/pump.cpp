@@ -308,7 +308,7 @@ void MACIBM_handleclick(int force) {
     const menu_struct& m = menu[mnw.menu_open];
     for (size_t i = 0; i < m.items.size(); ++i) {
       const item_struct& item = m.items[i];
-      if (item.name.empty() || item.name[0] == '-' || item.name[0] == '=') continue;
+      if (!menu_item_selectable(item)) continue;
       if (!menu_box_holds(item.x1, item.y1, item.x2, item.y2, mnw.mouse_x, mnw.mouse_y)) continue;
       if (mnw.menu_open == popup_menu) {
         select_popup_code = active_popup_code;

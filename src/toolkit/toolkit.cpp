@@ -66,4 +66,6 @@ void TOOLKIT_install_hooks() {
   shell_hooks.draw_help = BTN_draw_help;
   shell_hooks.draw_init_screen = TOOLKIT_draw_init_screen;
   shell_hooks.zap_boxes = zap_boxes;
+  shell_hooks.draw_menus = TOOLKIT_draw_menus;
+  shell_hooks.text_width = text_width;
 }
