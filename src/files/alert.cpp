@@ -19,6 +19,18 @@ int in_alert = 0;
 
 const char* safe(const char* s) { return s ? s : ""; }
 
+// The place names the unit from the top of the source tree, whatever folder
+// the build ran in: a user's screen has no business with the build machine's paths.
+std::string source_unit(const char* file) {
+  const std::string f = safe(file);
+  size_t from = std::string::npos;
+  for (const char* top : {"src/", "tests/", "tools/", "bench/"}) {
+    for (size_t at = f.find(top); at != std::string::npos; at = f.find(top, at + 1))
+      if ((at == 0 || f[at - 1] == '/') && (from == std::string::npos || at > from)) from = at;
+  }
+  return from == std::string::npos ? f : f.substr(from);
+}
+
 void log_block(const std::string lines[4], const std::string& place) {
   for (int i = 0; i < 4; ++i) xer << lines[i] << '\n';
   xer << place << '\n';
@@ -34,7 +46,7 @@ void __MACIBM_alert(int window, std::string line1, std::string line2, std::strin
     throw exce_class(line1, line2, line3, line4, file, line);
 
   const std::string lines[4] = {line1, line2, line3, line4};
-  const std::string place = std::string("(") + safe(file) + " line " + std::to_string(line) + ")";
+  const std::string place = "(" + source_unit(file) + " line " + std::to_string(line) + ")";
 
   // Unattended test runs must never wait for a user.
   if (cmdline.has_option("--fps_test")) {

@@ -12,7 +12,7 @@ std::vector<std::vector<file_version_struct>> sim_info;
 std::set<std::string> deleted_files;
 int this_install_has_exes = 0;
 
-const char* const kProductDownloadURL = "http://www.vantrell.com/zephyra/download.html";
+const char* const kProductDownloadURL = "http://www.vantrell.example/zephyra/download.html";
 
 namespace {
 

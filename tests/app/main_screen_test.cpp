@@ -6,6 +6,7 @@
 
 #include "app/main_screen.h"
 #include "files/alert.h"
+#include "files/log.h"
 #include "files/mnw.h"
 #include "install/directory.h"
 #include "install/person.h"
@@ -219,6 +220,30 @@ TEST(ProgressBar, TrackAndFill) {
     EXPECT_EQ(p.fill_cx, r.cx) << r.r;
     EXPECT_EQ(p.fill_w, r.w) << r.r;
   }
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(MainScreen, StoreOpensTheBrowserWithoutWaitingOrLogsWithoutOne) {
+  person_hooks.go_to_URL = app_go_to_URL;
+  const std::string old_path = getenv("PATH") ? getenv("PATH") : "";
+  // A browser that takes its time: the frame must not wait for it.
+  sh("mkdir -p '" + tmp + "bin' && printf '#!/bin/sh\\necho \"$@\" > \"$0.args\"\\nsleep 3\\necho done >> "
+     "\"$0.args\"\\n' > '" + tmp + "bin/xdg-open' && chmod 755 '" + tmp + "bin/xdg-open'");
+  setenv("PATH", (tmp + "bin:/usr/bin:/bin").c_str(), 1);
+  click(750, 89);
+  std::string args;
+  for (int i = 0; i < 200 && args.empty(); ++i) usleep(10000), args = read_file(tmp + "bin/xdg-open.args");
+  EXPECT_EQ(args, std::string(kStoreURL) + "\n");
+
+  xer.open(tmp + "Log.txt", std::ios::out | std::ios::trunc);
+  setenv("PATH", (tmp + "nothing").c_str(), 1);
+  click(750, 89);
+  setenv("PATH", old_path.c_str(), 1);
+  xer.close();
+  EXPECT_NE(read_file(tmp + "Log.txt").find(kStoreURL), std::string::npos);
 }
 
 }  // namespace

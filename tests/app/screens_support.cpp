@@ -2,6 +2,7 @@
 
 #include <GL/gl.h>
 
+#include <cstdio>
 #include <cstdlib>
 
 #include "files/cmdline.h"
@@ -98,3 +99,17 @@ std::vector<unsigned char> read_back_buffer() {
 
 int window_x(float x) { return static_cast<int>(x); }
 int window_y(float y) { return static_cast<int>(768 - y); }
+
+std::string sh(const std::string& cmd) {
+  std::string out;
+  FILE* p = popen(cmd.c_str(), "r");
+  char buf[4096];
+  size_t n;
+  while (p && (n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
+  if (p) pclose(p);
+  return out;
+}
+
+std::string listing(const std::string& root) {
+  return sh("cd '" + root + "' && find . ! -type d -exec md5sum {} + | sort");
+}

@@ -34,6 +34,11 @@ void save_docs_screen_at_next_swap(const std::string& name);
 // The window's pixels, bottom row first, 3 bytes each (1024 by 768).
 std::vector<unsigned char> read_back_buffer();
 
+// The output of a shell command.
+std::string sh(const std::string& cmd);
+// Files and links below root with their signatures, folders left out.
+std::string listing(const std::string& root);
+
 // Window pixels from the top left, as X gives them, for a point of the screen.
 int window_x(float x);
 int window_y(float y);

@@ -11,7 +11,14 @@
 #include "files/mnw.h"
 #include "shell/window.h"
 
+namespace {
+// The window may go away under us (start-up remakes it, the run ends): such
+// a request simply fails.
+int ignore_x_error(Display*, XErrorEvent*) { return 0; }
+}  // namespace
+
 bool window_driver_class::open() {
+  XSetErrorHandler(ignore_x_error);
   d = XOpenDisplay(nullptr);
   return d != nullptr;
 }
@@ -52,7 +59,11 @@ int window_driver_class::count(float x1, float y1, float x2, float y2,
   const int w_px = static_cast<int>(x2 - x1) + 1, h_px = static_cast<int>(y2 - y1) + 1;
   XImage* img = XGetImage(d, w, static_cast<int>(x1), 768 - static_cast<int>(y2), w_px, h_px, AllPlanes,
                           ZPixmap);
-  if (!img) return 0;
+  if (!img) {
+    w = 0;  // look for the window again next time
+    wait_for_window(1);
+    return 0;
+  }
   int n = 0;
   for (int y = 0; y < h_px; ++y)
     for (int x = 0; x < w_px; ++x) {

@@ -121,6 +121,7 @@ TEST_F(ControlsScreen, EveryControlDrawsItsStates) {
       {"digit arrows", 469, 639, 469, 579},
       {"held knob", 420, 238, 470, 141},
       {"tab", 30, 735, 118, 735},
+      {"open pop-up", 876, 530, 876, 540},
       {"caret", 640 + int(text_width("typed text")) + 1, 303,
        640 + int(text_width("typed text")) + 4, 303},
   };
