@@ -15,8 +15,6 @@
 #include <thread>
 
 #include "../net/net_support.h"
-#include "app/modal_screens.h"
-#include "install/person.h"
 #include "support.h"
 #include "toolkit/text.h"
 #include "window_driver.h"
@@ -55,6 +53,8 @@ void type_text(const std::string& text) {
 // Where the chooser puts its controls, in its own coordinates.
 const window_spot kPopup = {341 * 0.5f, 440}, kNewFolder = {240, 28}, kSelect = {115, 28};
 window_spot list_row(int r) { return {100, 280 - 20 * r - 10.0f}; }
+// KEEP THE OLD FILE on the changed-file question.
+const window_spot kKeep = {96, 28};
 
 class ChooserRoad : public ::testing::Test {
  protected:
@@ -150,20 +150,34 @@ class ChooserRoad : public ::testing::Test {
         },
         seconds);
   }
-  // START when it turns green, Agree, the end in green, Quit.
-  std::string install() {
+  // START when it turns green, Agree, KEEP when a changed file is asked
+  // about, the end in green, Quit.
+  std::string install(bool question = false) {
+    // Points of the buttons beside their words.
     auto green = [&](float x, float y) {
       const window_rgb c = w->pixel(x, y);
-      return c.g > c.r + 8;
+      return c.g > c.r + 8 && c.g > c.b + 8;   // the back colour is bluish, not green
     };
-    if (!w->wait_until([&] { return green(kStartSpot.x, kStartSpot.y); }, 60))
+    if (!w->wait_until([&] { return green(kStartSpot.x + 35, kStartSpot.y); }, 60))
       return "START never turned green";
     w->click(kStartSpot.x, kStartSpot.y);
     float ox, oy;
     dialog_origin(1, &ox, &oy);
-    if (!w->wait_until([&] { return green(ox + kAgreeSpot.x, oy + kAgreeSpot.y); }, 20))
+    if (!w->wait_until([&] { return green(ox + kAgreeSpot.x + 26, oy + kAgreeSpot.y - 6); }, 20))
       return "no agreement after START";
     w->click(ox + kAgreeSpot.x, oy + kAgreeSpot.y);
+    if (question) {
+      float qx, qy;
+      dialog_origin(997, &qx, &qy);
+      // The plain back colour beside the question's light panel, with Agree gone.
+      auto asked = [&] {
+        const window_rgb out = w->pixel(qx - 5, qy + 70), in = w->pixel(qx + 350, qy + 130);
+        return std::abs(out.r - 51) + std::abs(out.g - 67) + std::abs(out.b - 86) < 8 &&
+               in.r + in.g + in.b > 600 && !green(ox + kAgreeSpot.x + 26, oy + kAgreeSpot.y - 6);
+      };
+      if (!w->wait_until(asked, 20)) return "no question about the changed file";
+      w->click(qx + kKeep.x, qy + kKeep.y);
+    }
     auto complete = [&] {
       return w->count(kMessageLow.x, kMessageLow.y, kMessageHigh.x, kMessageHigh.y,
                       [](window_rgb c) { return c.g > c.r + 40 && c.g > c.b + 40; }) > 20;
@@ -182,11 +196,7 @@ class ChooserRoad : public ::testing::Test {
   }
 };
 
-TEST_F(ChooserRoad, FirstStartChoosesAFolderInstallsAndIsRemembered) {
-  APP_install_modal_screens();
-  const bool agreement_screen = person_hooks.handle_EULA != nullptr;
-  person_hooks = person_hooks_t{};
-
+TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
   start();
   // Nothing remembered: the chooser comes up at once, in home/Zephyra/,
   // which doesn't exist yet.
@@ -212,7 +222,6 @@ TEST_F(ChooserRoad, FirstStartChoosesAFolderInstallsAndIsRemembered) {
   click_in_chooser(kSelect);
   ASSERT_TRUE(wait([&] { return !chooser_up(0); }));
 
-  if (!agreement_screen) GTEST_SKIP() << "the agreement screen is not built yet";
   ASSERT_EQ(install(), "") << sh("tail -20 '" + tmp.file("bin/Log.txt") + "'");
   ASSERT_EQ(ended(30), 0);
   // A new folder inside the chosen one, named after the release at the end.
@@ -231,7 +240,15 @@ TEST_F(ChooserRoad, FirstStartChoosesAFolderInstallsAndIsRemembered) {
       << "status line ends at " << status_line_end() << ", not " << end;
   EXPECT_FALSE(chooser_up(0));
   w->click(kQuitSpot.x, kQuitSpot.y);
+  ASSERT_EQ(ended(30), 0);
+
+  // A file changed by hand: the next run asks, and KEEP keeps it.
+  const std::string wing = home + "/sims/8.60/Airfoils/wing.afl";
+  net_test::write_file(wing, "my own wing\n");
+  start();
+  ASSERT_EQ(install(true), "") << sh("tail -20 '" + tmp.file("bin/Log.txt") + "'");
   EXPECT_EQ(ended(30), 0);
+  EXPECT_EQ(net_test::read_file(wing), "my own wing\n");
 }
 
 }  // namespace
