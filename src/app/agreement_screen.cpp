@@ -19,8 +19,17 @@ namespace {
 // Kept for the rest of the run and never stored: one agreement per run.
 int agreed = 0;
 
+// Five choices written with "-" between them, 1 Macintosh to 5 Linux Athlon XP.
 const char* const kSystems =
     "Macintosh-Windows-Linux Generic x86-Linux Pentium 3-Linux Athlon XP";
+
+// The list control parts its items at blanks and shows a "-" as a blank, so
+// the two trade places on the way in.
+std::string list_items(const char* choices) {
+  std::string s = choices;
+  for (char& c : s) c = c == '-' ? ' ' : c == ' ' ? '-' : c;
+  return s;
+}
 
 }  // namespace
 
@@ -63,7 +72,7 @@ void handle_prefs() {
     int stream_on = stg.stream_count != 0;
     // The field counts the systems from 1, the list from 0.
     stg.download_os -= 1;
-    BTN_textlist(200, 310, &stg.download_os, kSystems,
+    BTN_textlist(200, 310, &stg.download_os, list_items(kSystems),
                  "Operating System to download Zephyra for:|(Install and copy the entire Zephyra "
                  "folder to another computer if you like)");
     stg.download_os += 1;

@@ -1,19 +1,12 @@
 #include "app/main_screen.h"
 
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdlib>
-
 #include "app/interface.h"
-#include "files/log.h"
 #include "files/mnw.h"
 #include "files/number_text.h"
 #include "install/person.h"
 #include "install/servers.h"
 #include "install/stage.h"
+#include "shell/startup.h"
 #include "toolkit/controls.h"
 #include "toolkit/draw.h"
 #include "toolkit/frames.h"
@@ -27,28 +20,12 @@ main_screen_shown main_screen_last;
 namespace {
 
 // Halves go away from zero, as everywhere on this screen.
-float round_half_out(float v) { return static_cast<float>(static_cast<int>(v < 0 ? v - 0.5f : v + 0.5f)); }
+float round_half_out(float v) {
+  return static_cast<float>(static_cast<int>(v < 0 ? v - 0.5f : v + 0.5f));
+}
 
 void text(int colour, float x, float y, const std::string& s, float wrap) {
   OGL_string(colour, x, y, s, wrap, charset_UI_diff_space);
-}
-
-bool on_path(const char* program) {
-  const char* path = getenv("PATH");
-  if (!path) return false;
-  std::string all(path);
-  size_t start = 0;
-  while (start <= all.size()) {
-    size_t end = all.find(':', start);
-    if (end == std::string::npos) end = all.size();
-    const std::string dir = end > start ? all.substr(start, end - start) : ".";
-    const std::string file = dir + "/" + program;
-    struct stat st;
-    if (stat(file.c_str(), &st) == 0 && S_ISREG(st.st_mode) && access(file.c_str(), X_OK) == 0)
-      return true;
-    start = end + 1;
-  }
-  return false;
 }
 
 }  // namespace
@@ -76,38 +53,10 @@ void draw_progress_bar(float base_x1, float base_x2, float r, int stage) {
   if (p.fill_shown) BTN_frame1(5, p.fill_cx, 15, p.fill_w, 0);
 }
 
-void app_go_to_URL(const std::string& url) {
-  if (!on_path("xdg-open")) {
-    xer << "go_to_URL: no xdg-open to open " << url << '\n';
-    xer.flush();
-    return;
-  }
-  fflush(stdout);
-  fflush(stderr);
-  // The child only starts the grandchild and ends at once, so the wait below
-  // is short and the browser is reaped by init, never by our frame loop.
-  const pid_t child = fork();
-  if (child < 0) {
-    xer << "go_to_URL: fork failed for " << url << '\n';
-    return;
-  }
-  if (child == 0) {
-    const pid_t grandchild = fork();
-    if (grandchild == 0) {
-      char* const argv[] = {const_cast<char*>("xdg-open"), const_cast<char*>(url.c_str()), nullptr};
-      execvp("xdg-open", argv);
-      _exit(127);
-    }
-    _exit(grandchild < 0 ? 1 : 0);
-  }
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-}
+void app_go_to_URL(const std::string& url) { go_to_URL(url); }
 
 void main_screen_update() {
   main_screen_shown shown;
-  shown.prefs_opened = main_screen_last.prefs_opened;
 
   OGL_2dquad_d(tex_back_1, 0, 1, 0, 0, 0, 0, 1024, 768, 1, 0.75f, alpha_none);
   stage_server_step();
@@ -136,10 +85,7 @@ void main_screen_update() {
 
   for (int i = 0; i < stg.server_count && i < server_rows; ++i)
     BTN_is_int(142, 578 - 20.0f * i, &stg.server_index, i, server_desc[i]);
-  if (BTN_action(50, 750, -1, 0, 1, "preferences")) {
-    ++shown.prefs_opened;
-    person_prefs();
-  }
+  if (BTN_action(50, 750, -1, 0, 1, "preferences")) person_prefs();
 
   interface_rect(0, 595, 644, 33, 128, 86, 0, 0);
   interface_icon(29, 608, upd.wrl_i);

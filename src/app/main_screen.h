@@ -19,7 +19,6 @@ struct main_screen_shown {
   int start_drawn = 0;
   int start_enabled = 0;
   int destination_drawn = 0;
-  int prefs_opened = 0;   // frames on which "preferences" fired
 };
 extern main_screen_shown main_screen_last;
 
@@ -36,7 +35,6 @@ struct progress_bar_strips {
 progress_bar_strips progress_bar_layout(float base_x1, float base_x2, float r, int stage);
 void draw_progress_bar(float base_x1, float base_x2, float r, int stage);
 
-// Opens an address in the desktop's browser with xdg-open in a child of a
-// child, never waiting on it; with no xdg-open on the PATH the address is
-// only logged.
+// The browser seam of the core: the shell's go_to_URL (xdg-open, never
+// waited on; the address logged when there is none).
 void app_go_to_URL(const std::string& url);

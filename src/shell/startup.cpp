@@ -189,15 +189,40 @@ void MACIBM_finishup(int save) {
   }
 }
 
+namespace {
+
+// Whether program is an executable file in a folder of PATH.
+bool on_path(const char* program) {
+  const char* path = getenv("PATH");
+  std::string all = path ? path : "";
+  for (size_t start = 0; start <= all.size();) {
+    size_t end = all.find(':', start);
+    if (end == std::string::npos) end = all.size();
+    const std::string file = (end > start ? all.substr(start, end - start) : ".") + "/" + program;
+    if (access(file.c_str(), X_OK) == 0) return true;
+    start = end + 1;
+  }
+  return false;
+}
+
+}  // namespace
+
 int go_to_URL(const std::string& url) {
+  if (!on_path("xdg-open")) {
+    xer << "go_to_URL: no xdg-open to open " << url << "\n";
+    xer.flush();
+    return ENOENT;
+  }
   fflush(stdout);
-  // Two forks, so the browser is nobody's child here and leaves no zombie.
+  // Two forks, so the browser is nobody's child here and leaves no zombie;
+  // the child ends at once, so the wait below is short.
   pid_t child = fork();
   if (child < 0) return errno;
   if (child == 0) {
     pid_t grandchild = fork();
     if (grandchild == 0) {
-      execlp("xdg-open", "xdg-open", url.c_str(), static_cast<char*>(nullptr));
+      char* const argv[] = {const_cast<char*>("xdg-open"), const_cast<char*>(url.c_str()), nullptr};
+      execvp("xdg-open", argv);
       _exit(127);
     }
     _exit(grandchild < 0 ? 1 : 0);

@@ -20,7 +20,8 @@ void MACIBM_finishup(int save);
 void IBM_turnoff();
 
 // Opens a link in the desktop's browser with xdg-open, without waiting.
-// Returns 0, or the errno of a failed fork.
+// Returns 0, the errno of a failed fork, or ENOENT (the address logged) when
+// there is no xdg-open.
 int go_to_URL(const std::string& url);
 // The line printed when there is no display to open.
 std::string LIN_no_display_text();

@@ -59,7 +59,8 @@ int BTN_tab(int column, int row, int* value, int this_value, const std::string& 
 // Returns whether it is held.
 int BTN_horz_slider(float x, float y, float width, int col, float lo, float hi, float* value,
                     int grab, const std::string& text_left, const std::string& label);
-// Vertical scroll bar between y_low and y_high, lo at the top; index 0 to 3
+// Vertical scroll bar centred on x, its trough from y_low to y_high with lo
+// at the top, and an arrow box of 20 pixels beyond either end; index 0 to 3
 // tells the four that may be held. Returns whether it is held.
 int BTN_vert_slider(int index, float x, float y_low, float y_high, int lo, int hi, int* value);
 

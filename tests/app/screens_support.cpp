@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "files/alert.h"
 #include "files/cmdline.h"
+#include "install/person.h"
 #include "files/mnw.h"
 #include "shell/glprobe.h"
 #include "shell/hooks.h"
@@ -34,6 +36,12 @@ void ScreenSuite::SetUpTestSuite() {
   server = new xvfb_class;
   ASSERT_TRUE(server->start(1024, 768)) << "Xvfb did not start";
   shell_test_reset();
+  // An earlier suite's screens and start-up state must not reach this one:
+  // its alert screen would wait for a click, and the start-up screen would
+  // draw before the pictures are loaded.
+  alert_hooks = alert_hooks_t{};
+  person_hooks = person_hooks_t{};
+  plot_init_lights = 0;
   tman = tman_class();
   glExt = OGL_extensions();
   // Mesa's version reads as unknown to the probe: the window runs only with this.

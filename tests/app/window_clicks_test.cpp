@@ -21,7 +21,7 @@
 
 namespace {
 
-TEST(WindowClicks, DISABLED_InstallFromNginxWithPreferencesKeptAtShutdown) {
+TEST(WindowClicks, InstallFromNginxWithPreferencesKeptAtShutdown) {
   net_test::scratch tmp;
   net_test::nginx_server server{tmp.file("nginx")};
   ASSERT_TRUE(server.running()) << server.error;
@@ -62,9 +62,12 @@ TEST(WindowClicks, DISABLED_InstallFromNginxWithPreferencesKeptAtShutdown) {
   window_driver_class w;
   ASSERT_TRUE(w.open());
   const std::string why = drive_window_install(w, 120, [&] {
+    w.remember_sky();
     w.click(kPrefsSpot.x, kPrefsSpot.y);
+    ASSERT_TRUE(w.wait_for_dialog(true));
     for (float y : {265, 150, 110}) w.click(px + 30, py + y + 4);
     w.click(px + 16, py + 380 - 10);
+    ASSERT_TRUE(w.wait_for_dialog(false));
   });
   EXPECT_EQ(why, "") << net_test::read_file(log);
   int status = -1;

@@ -79,13 +79,24 @@ void window_driver_class::click(float x, float y) {
   XTestFakeMotionEvent(d, -1, left + static_cast<int>(x), top + 768 - static_cast<int>(y), 0);
   XSync(d, False);
   // A frame or two on the button first, as a hand would rest there.
-  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  std::this_thread::sleep_for(std::chrono::milliseconds(120));
   XTestFakeButtonEvent(d, 1, True, 0);
   XSync(d, False);
-  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  std::this_thread::sleep_for(std::chrono::milliseconds(120));
   XTestFakeButtonEvent(d, 1, False, 0);
   XSync(d, False);
-  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  std::this_thread::sleep_for(std::chrono::milliseconds(120));
+}
+
+void window_driver_class::remember_sky() { sky = pixel(kSkySpot.x, kSkySpot.y); }
+
+bool window_driver_class::wait_for_dialog(bool shown, double seconds) {
+  return wait_until(
+      [&] {
+        const window_rgb c = pixel(kSkySpot.x, kSkySpot.y);
+        return (std::abs(c.r - sky.r) + std::abs(c.g - sky.g) + std::abs(c.b - sky.b) > 30) == shown;
+      },
+      seconds);
 }
 
 bool window_driver_class::wait_until(const std::function<bool()>& test, double seconds) {
@@ -104,21 +115,24 @@ void dialog_origin(int code, float* x, float* y) {
 }
 
 std::string drive_window_install(window_driver_class& w, double seconds,
-                                 const std::function<void()>& before_start) {
+                                 const std::function<void()>& before_start,
+                                 const std::function<void(const char*)>& step) {
+  auto reached = [&](const char* name) {
+    if (step) step(name);
+  };
   if (!w.wait_for_window(30)) return "no window";
+  reached("window");
   auto start_green = [&] {
     const window_rgb c = w.pixel(kStartSpot.x, kStartSpot.y);
-    return c.g > c.r + 8;
+    return c.g > c.r + 20 && c.g > c.b + 20;
   };
   if (!w.wait_until(start_green, seconds)) return "START never turned green";
+  reached("START green");
   if (before_start) before_start();
-  const window_rgb sky = w.pixel(kSkySpot.x, kSkySpot.y);
+  w.remember_sky();
   w.click(kStartSpot.x, kStartSpot.y);
-  auto covered = [&] {
-    const window_rgb c = w.pixel(kSkySpot.x, kSkySpot.y);
-    return std::abs(c.r - sky.r) + std::abs(c.g - sky.g) + std::abs(c.b - sky.b) > 30;
-  };
-  if (!w.wait_until(covered, 10)) return "no agreement after START";
+  if (!w.wait_for_dialog(true)) return "no agreement after START";
+  reached("agreement");
   float ox, oy;
   dialog_origin(1, &ox, &oy);
   w.click(ox + kAgreeSpot.x, oy + kAgreeSpot.y);
@@ -127,6 +141,7 @@ std::string drive_window_install(window_driver_class& w, double seconds,
                    [](window_rgb c) { return c.g > c.r + 40 && c.g > c.b + 40; }) > 20;
   };
   if (!w.wait_until(complete, seconds)) return "never INSTALLATION COMPLETE!";
+  reached("INSTALLATION COMPLETE!");
   w.click(kQuitSpot.x, kQuitSpot.y);
   return "";
 }

@@ -23,6 +23,10 @@ class window_driver_class {
   // How many pixels of the box x1..x2, y1..y2 pass test.
   int count(float x1, float y1, float x2, float y2, const std::function<bool(window_rgb)>& test);
   void click(float x, float y);
+  // Waits until a dialog covers the main screen (shown) or has gone again,
+  // judged by a point of the sky seen on the main screen at remember_sky.
+  void remember_sky();
+  bool wait_for_dialog(bool shown, double seconds = 10);
   // Calls test every 20 ms until it is true or the time is up.
   static bool wait_until(const std::function<bool()>& test, double seconds);
 
@@ -30,6 +34,7 @@ class window_driver_class {
   Display* d = nullptr;
   Window w = 0;
   int left = 0, top = 0;   // the window's place on the screen
+  window_rgb sky;
 };
 
 // The origin of a dialog by its window code, as the installer centres it.
@@ -49,11 +54,13 @@ inline constexpr window_spot kPrefsSpot = {50, 750};
 inline constexpr window_spot kAgreeSpot = {429, 21};
 // The state message's first words.
 inline constexpr window_spot kMessageLow = {154, 612}, kMessageHigh = {300, 624};
-// A point of the background that the dialogs cover.
-inline constexpr window_spot kSkySpot = {512, 400};
+// A point of the sky beside the dialogs, which darken it to the back colour.
+inline constexpr window_spot kSkySpot = {900, 400};
 
 // What a person does for a fresh install: waits for START to turn green,
 // presses it, agrees, waits for "INSTALLATION COMPLETE!" in green, and quits.
 // before_start runs first, on the ready screen. Returns "" or what went wrong.
+// step, when given, hears the name of each stage reached.
 std::string drive_window_install(window_driver_class& w, double seconds,
-                                 const std::function<void()>& before_start = nullptr);
+                                 const std::function<void()>& before_start = nullptr,
+                                 const std::function<void(const char*)>& step = nullptr);

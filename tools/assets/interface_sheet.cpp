@@ -214,7 +214,8 @@ void boxed_field(raster& r) {
 void popup_list(raster& r) {
   const strip_source& s = strip(10);
   const box b = strip_box(s);
-  layered_box(r, b.x, b.y, b.x + b.w, b.y + b.h, 6, {{1, ink}, {1, white}},
+  // Two clear columns at each end: the list's labels sit right against the strip.
+  layered_box(r, b.x + 2, b.y, b.x + b.w - 2, b.y + b.h, 6, {{1, ink}, {1, white}},
               rows_from(opaque(200, 209, 220), opaque(250, 251, 253), b.y, b.y + b.h), b);
   // The drop arrow and its divider live in the right cap.
   const int div = s.s + s.body_end + 3;
@@ -263,12 +264,10 @@ panel_style style_of(int type) {
       return {5, {{1, edge_grey}, {1, opaque(252, 253, 254)}}, opaque(236, 239, 243)};
     case 17:  // menus: white and half-white items
       return {3, {{1, dark}, {1, opaque(90, 110, 135)}}, fade(opaque(16, 24, 36), 0.96f)};
-    default:  // 20, the wide border round the main screen's texts; white so
-              // even the pure red of a failure stands out
-      return {8,
-              {{1, opaque(30, 44, 62)}, {3, opaque(120, 140, 165)}, {1, opaque(70, 88, 110)},
-               {1, opaque(214, 222, 232)}},
-              opaque(255, 255, 255)};
+    default:  // 20, round the main screen's texts: white so even the pure red
+              // of a failure stands out, a thin rim since a wrapped message
+              // comes down to 5 pixels above the panel's bottom
+      return {6, {{1, opaque(30, 44, 62)}, {1, opaque(120, 140, 165)}}, opaque(255, 255, 255)};
   }
 }
 
