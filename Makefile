@@ -7,9 +7,9 @@ JOBS       ?= $(shell nproc)
 PACKAGES = g++ cmake ninja-build pkg-config zlib1g-dev libpng-dev libminizip-dev \
            libx11-dev libgl-dev libglu1-mesa-dev libgtest-dev nginx zip unzip curl \
            libxtst-dev xvfb xauth libgl1-mesa-dri mesa-utils python3 time bc \
-           libfreetype-dev fonts-dejavu-core
+           libfreetype-dev fonts-dejavu-core x11-utils
 
-.PHONY: all deps build run test test-asan bench images screenshots clean
+.PHONY: all deps build run run-console test test-asan bench images screenshots clean
 
 all: build
 
@@ -28,8 +28,12 @@ $(BUILD)/build.ninja: | deps
 build: deps $(BUILD)/build.ninja
 	cmake --build $(BUILD) -j $(JOBS)
 
+# The demo in the window when a display answers, else in the terminal.
 run: build
-	bash tools/demo/run_demo.sh $(BUILD) $(ARGS)
+	bash tools/demo/run_demo.sh $(BUILD) auto $(ARGS)
+
+run-console: build
+	bash tools/demo/run_demo.sh $(BUILD) console $(ARGS)
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)

@@ -18,6 +18,7 @@
 #include "shell/hooks.h"
 #include "shell/pump.h"
 #include "shell/startup.h"
+#include "toolkit/chooser.h"
 #include "toolkit/toolkit.h"
 
 namespace {
@@ -68,6 +69,7 @@ int main(int argc, char** argv) {
 
   APP_install_modal_screens();
   person_hooks.go_to_URL = app_go_to_URL;
+  person_hooks.GetFilePathFromUser = GetFilePathFromUser;
   if (!person_hooks.GetFilePathFromUser) person_hooks.GetFilePathFromUser = no_chooser;
 
   stage_main_start(argc, argv);

@@ -1,10 +1,8 @@
 #include "install/destination.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
-
 #include <cstring>
 
+#include "files/listing.h"
 #include "files/paths.h"
 #include "install/person.h"
 #include "install/stage.h"
@@ -12,29 +10,6 @@
 const char* const kProductFolderWords[4] = {"Airfoils", "Instructions", "Output", "Resources"};
 
 namespace {
-
-// The chooser's listing keeps no more than this many entries.
-const int kMaxListed = 2999;
-
-// Marks which of the product's folder words appear, by containment, in the
-// names of the folders inside path. Links to folders count, as stat follows
-// them; an unreadable folder finds nothing.
-void find_product_folders(const std::string& path, bool found[4]) {
-  for (int w = 0; w < 4; ++w) found[w] = false;
-  const std::string full = app_path + path;
-  DIR* dir = opendir(full.c_str());
-  if (!dir) return;
-  int listed = 0;
-  while (dirent* e = readdir(dir)) {
-    if (listed++ >= kMaxListed) break;
-    struct stat st;
-    if (stat((full + e->d_name).c_str(), &st) != 0) continue;
-    if (!S_ISDIR(st.st_mode)) continue;
-    for (int w = 0; w < 4; ++w)
-      if (strstr(e->d_name, kProductFolderWords[w])) found[w] = true;
-  }
-  closedir(dir);
-}
 
 bool is_sep(char c) { return c == '/' || c == ':' || c == '\\'; }
 
@@ -58,8 +33,19 @@ void check_dest_path() {
   // A folder that has gone falls back to the one that held it.
   if (!dir_exists(full)) full = parent;
 
-  bool found[4];
-  find_product_folders(full, found);
+  // Folders whose names hold each of the four words, in exact case. An empty
+  // or unreadable folder finds none.
+  bool found[4] = {false, false, false, false};
+  if (!full.empty()) {
+    wrk_path = full;
+    const int count = opensave_getitems(0);
+    for (int i = 0; i < count; ++i) {
+      if (g_file_type[i] != 1) continue;
+      for (int w = 0; w < 4; ++w)
+        if (g_path_rel[i].find(kProductFolderWords[w], wrk_path.size()) != std::string::npos)
+          found[w] = true;
+    }
+  }
   stg.dest_known = found[0] && found[1] && found[2] && found[3] ? 1 : 0;
 
   if (stg.dest_known == 0) full += "Zephyra:";

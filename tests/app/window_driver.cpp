@@ -126,7 +126,16 @@ std::string drive_window_install(window_driver_class& w, double seconds,
     const window_rgb c = w.pixel(kStartSpot.x, kStartSpot.y);
     return c.g > c.r + 20 && c.g > c.b + 20;
   };
-  if (!w.wait_until(start_green, seconds)) return "START never turned green";
+  // A folder with no copy of the product yet brings up the chooser first
+  // (its dark path panel over its light list): Select keeps that folder.
+  float cx, cy;
+  dialog_origin(998, &cx, &cy);
+  auto chooser_passed = [&] {
+    const window_rgb path = w.pixel(cx + 250, cy + 420), list = w.pixel(cx + 250, cy + 100);
+    if (path.r + path.g + path.b < 100 && list.r + list.g + list.b > 600) w.click(cx + 115, cy + 28);
+    return start_green();
+  };
+  if (!w.wait_until(chooser_passed, seconds)) return "START never turned green";
   reached("START green");
   if (before_start) before_start();
   w.remember_sky();

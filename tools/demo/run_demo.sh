@@ -4,11 +4,23 @@
 # under the maker's and the mirrors' host names, and the installer, with a
 # HOME of its own whose preferences point the proxy at nginx, installs it
 # into BUILD/demo-install. The user's own preferences are never touched.
-# Usage: run_demo.sh BUILD [installer options...]
+# Usage: run_demo.sh BUILD [window|console|auto] [installer options...]
+# auto (the default) opens the window when a display answers, else runs the
+# console front end.
 set -euo pipefail
 
 build=$(cd "${1:-build}" && pwd)
 shift || true
+mode=auto
+case "${1:-}" in window|console|auto) mode=$1; shift ;; esac
+if [ "$mode" = auto ]; then
+  if [ -n "${DISPLAY:-}" ] && xdpyinfo >/dev/null 2>&1; then
+    mode=window
+  else
+    echo "run_demo: no display to open a window on (DISPLAY is '${DISPLAY:-}'); running the console demo instead."
+    mode=console
+  fi
+fi
 release=8.60r1
 product="$build/demo-product/Zephyra"
 mirror="$build/demo-mirror"
@@ -75,7 +87,13 @@ printf 'I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port %s\n_proxy_port_int 
 
 echo "Demo mirror at 127.0.0.1:$port; installing $release into $install"
 status=0
-HOME="$home" "$build/zephyra-installer" -path "$install/" --console "$@" || status=$?
+if [ "$mode" = window ]; then
+  # The graphics probe counts Mesa's and most current drivers' versions as
+  # too old; the chooser opens first, since the folder holds no copy yet.
+  HOME="$home" "$build/zephyra-installer" -path "$install/" --force_run "$@" || status=$?
+else
+  HOME="$home" "$build/zephyra-installer" -path "$install/" --console "$@" || status=$?
+fi
 echo "Installer exit status: $status"
 [ -d "$install/$release" ] && echo "Installed: $install/$release"
 exit $status

@@ -1,0 +1,171 @@
+// A user's whole road through the installer's window, from outside: the real
+// program under its own Xvfb, driven by XTEST, installing from a mirror made
+// by zephyra-publish and served by nginx.
+#include <gtest/gtest.h>   // before Xlib, which defines None
+
+#include <X11/extensions/XTest.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include "../net/net_support.h"
+#include "toolkit/text.h"
+#include "window_driver.h"
+#include "xvfb.h"
+
+namespace {
+
+std::string sh(const std::string& cmd) {
+  std::string out(1 << 16, 0);
+  FILE* p = popen(cmd.c_str(), "r");
+  out.resize(p ? fread(&out[0], 1, out.size(), p) : 0);
+  if (p) pclose(p);
+  return out;
+}
+std::string listing(const std::string& root) {
+  return sh("cd '" + root + "' && find . ! -type d -exec md5sum {} + | sort");
+}
+bool wait(const std::function<bool()>& seen) { return window_driver_class::wait_until(seen, 30); }
+int sum(window_rgb c) { return c.r + c.g + c.b; }
+bool green(window_rgb c) { return c.g > c.r + 8 && c.g > c.b + 8; }   // the back colour is blue
+
+class ChooserRoad : public ::testing::Test {
+ protected:
+  net_test::scratch tmp;
+  net_test::nginx_server server{tmp.file("nginx")};
+  xvfb_class xvfb;
+  std::unique_ptr<window_driver_class> w;
+  std::string product = tmp.file("product/Zephyra"), home = tmp.file("home"), bin = tmp.file("bin/zi");
+  pid_t app = -1;
+
+  void SetUp() override {
+    ASSERT_TRUE(server.running() && xvfb.start(1024, 768)) << server.error;
+    sh("mkdir -p '" + home + "/.zephyra' '" + product + "' && cd '" + product +
+       "' && mkdir Airfoils Instructions Output Resources && echo wing > Airfoils/wing.afl && echo me > "
+       "'Instructions/Read Me.txt' && echo log > Output/log.txt && head -c 300000 /dev/urandom "
+       "> Resources/part.dat && echo '#!/bin/sh' > 'Zephyra Linux'");
+    ASSERT_NE(sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
+                 "' --release 8.60 --out '" + server.www() + "' --mirror 'good.example,/,Good' "
+                 "--platform 'Zephyra Linux=3'; echo status=$?").find("status=0"), std::string::npos);
+    // Nothing remembered, only the way to the mirror; a copy of the program
+    // of its own, for a private Log.txt.
+    const std::string port = std::to_string(server.port);
+    net_test::write_file(home + "/.zephyra/Zephyra Installer.prf", "I\n8500 version\n_proxy_host "
+                         "127.0.0.1\n_proxy_port " + port + "\n_proxy_port_int " + port + "\n");
+    sh("mkdir -p '" + tmp.file("bin") + "' && cp '" ZEPHYRA_BINARY_DIR "/zephyra-installer' '" + bin + "'");
+  }
+  void TearDown() override {
+    if (app > 0) kill(app, SIGKILL), waitpid(app, nullptr, 0);
+  }
+  void start() {
+    if ((app = fork()) == 0) {
+      setenv("HOME", home.c_str(), 1);
+      dup2(open("/dev/null", O_WRONLY), 1);
+      execl(bin.c_str(), bin.c_str(), "--force_run", static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    w.reset(new window_driver_class);
+    ASSERT_TRUE(w->open() && w->wait_for_window(30));
+  }
+  int ended() {
+    int status = -1;
+    wait([&] { return waitpid(app, &status, WNOHANG) == app; });
+    app = -1;
+    return status;
+  }
+  // A point of a dialog, by its window code.
+  window_spot in(int code, float x, float y) {
+    float ox, oy;
+    dialog_origin(code, &ox, &oy);
+    return {ox + x, oy + y};
+  }
+  window_rgb pixel(window_spot p) { return w->pixel(p.x, p.y); }
+  void click(window_spot p) { w->click(p.x, p.y); }
+  // Dark pixels (text, icons) in a box of the chooser.
+  int ink(float x1, float y1, float x2, float y2) {
+    const window_spot a = in(998, x1, y1), b = in(998, x2, y2);
+    return w->count(a.x, a.y, b.x, b.y, [](window_rgb c) { return sum(c) < 250; });
+  }
+  // The chooser's dark path panel above its light list.
+  bool chooser_up() { return sum(pixel(in(998, 250, 420))) < 100 && sum(pixel(in(998, 250, 100))) > 600; }
+  void type(const char* text) {
+    Display* d = XOpenDisplay(nullptr);
+    for (; *text; ++text) {
+      XTestFakeKeyEvent(d, XKeysymToKeycode(d, *text), True, 0);
+      XTestFakeKeyEvent(d, XKeysymToKeycode(d, *text), False, 0);
+    }
+    XCloseDisplay(d);
+  }
+  // START once green, Agree, KEEP THE OLD FILE when asked, the end in green, Quit.
+  void install(bool asked) {
+    const window_spot agree = in(1, kAgreeSpot.x + 26, kAgreeSpot.y - 6);
+    ASSERT_TRUE(wait([&] { return green(w->pixel(kStartSpot.x + 35, kStartSpot.y)); }));
+    w->click(kStartSpot.x, kStartSpot.y);
+    ASSERT_TRUE(wait([&] { return green(pixel(agree)); })) << "no agreement";
+    click(in(1, kAgreeSpot.x, kAgreeSpot.y));
+    // The question: the back colour beside its light panel, Agree gone.
+    if (asked) {
+      ASSERT_TRUE(wait([&] {
+        return sum(pixel(in(997, -5, 70))) == 51 + 67 + 86 && sum(pixel(in(997, 350, 130))) > 600 &&
+               !green(pixel(agree));
+      })) << "no question";
+      click(in(997, 96, 28));
+    }
+    ASSERT_TRUE(wait([&] {
+      return w->count(kMessageLow.x, kMessageLow.y, kMessageHigh.x, kMessageHigh.y,
+                      [](window_rgb c) { return c.g > c.r + 40 && c.g > c.b + 40; }) > 20;
+    })) << "never complete";
+    w->click(kQuitSpot.x, kQuitSpot.y);
+    EXPECT_EQ(ended(), 0);
+  }
+};
+
+TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
+  // Nothing remembered: the chooser at once, in home/Zephyra/, which doesn't
+  // exist yet. Each step waits for what it shows, as a person would look.
+  start();
+  ASSERT_TRUE(wait([&] { return chooser_up(); }));
+  auto row0 = [&] { return ink(30, 262, 200, 278); };
+  ASSERT_EQ(row0(), 0);
+  click(in(998, 170.5f, 440));   // the path's parts
+  ASSERT_TRUE(wait([&] { return ink(130, 450, 210, 456) > 50; }));
+  click(in(998, 170.5f, 452));   // one level up: home, which holds .zephyra/
+  ASSERT_TRUE(wait([&] { return row0() > 0; }));
+  type("sims");
+  ASSERT_TRUE(wait([&] { return ink(24, 46, 60, 58) > 10; })) << "no typing in the field";
+  click(in(998, 240, 28));   // New Folder
+  ASSERT_TRUE(wait([&] { return access((home + "/sims").c_str(), F_OK) == 0; }));
+  click(in(998, 100, 250));   // the second row, sims/: entered, nothing in it
+  ASSERT_TRUE(wait([&] { return row0() == 0; }));
+  click(in(998, 115, 28));   // Select
+  ASSERT_TRUE(wait([&] { return !chooser_up(); }));
+  install(false);
+  // A new folder in the chosen one, named after the release, remembered.
+  EXPECT_EQ(listing(home + "/sims/8.60"), listing(product));
+  EXPECT_NE(net_test::read_file(home + "/.zephyra/Zephyra Installer.prf").find(home + "/sims/8.60/"),
+            std::string::npos);
+
+  // The second start: no chooser, and the first status line says up to date.
+  start();
+  std::vector<glyph_place> g;
+  text_layout(144, 58, "Your copy of Zephyra is already the latest version.", 9999, 100, &g);
+  auto line_end = [&] {
+    int right = 0;
+    for (int x = 144; x < 1010; x += 2)
+      if (w->count(x, 60, x + 1, 66, [](window_rgb c) { return sum(c) < 300; })) right = x;
+    return right;
+  };
+  EXPECT_TRUE(wait([&] { return std::abs(line_end() - g.back().x) < 12; })) << line_end();
+  EXPECT_FALSE(chooser_up());
+  w->click(kQuitSpot.x, kQuitSpot.y);
+  ASSERT_EQ(ended(), 0);
+
+  // A file changed by hand: the next run asks, and KEEP keeps it.
+  const std::string wing = home + "/sims/8.60/Airfoils/wing.afl";
+  net_test::write_file(wing, "my own wing\n");
+  start();
+  install(true);
+  EXPECT_EQ(net_test::read_file(wing), "my own wing\n");
+}
+
+}  // namespace
