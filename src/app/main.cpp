@@ -39,17 +39,6 @@ void APP_update() {
 void APP_handlekey(int, int) {}
 void APP_handlemenu(int) {}
 
-namespace {
-
-// Until a chooser is on screen, asking for a folder is a cancel: the run
-// goes on with the folder it has.
-int no_chooser(int, const char* prompt, const char*, int, const char*, char*) {
-  xer << "No folder chooser: keeping the folder (" << (prompt ? prompt : "") << ")\n";
-  return 0;
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
   // Answered before anything opens, so asking for it leaves the log alone.
   for (int i = 1; i < argc; ++i)
@@ -70,7 +59,6 @@ int main(int argc, char** argv) {
   APP_install_modal_screens();
   person_hooks.go_to_URL = app_go_to_URL;
   person_hooks.GetFilePathFromUser = GetFilePathFromUser;
-  if (!person_hooks.GetFilePathFromUser) person_hooks.GetFilePathFromUser = no_chooser;
 
   stage_main_start(argc, argv);
   while (!app_done) MACIBM_event_proc();
