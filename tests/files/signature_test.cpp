@@ -49,6 +49,13 @@ TEST(MD5, SplitsLeaveNoTraceAndTheCountCarries) {
   MD5UpdateWide(&c, data.data(), 192);
   EXPECT_EQ(c.count[0], 0x400u);
   EXPECT_EQ(c.count[1], 1u);
+
+  // From 512 MiB on, the length in the last block needs the high word too.
+  const std::vector<unsigned char> mib(1 << 20);
+  MD5Init(&c);
+  for (int i = 0; i < 512; ++i) MD5UpdateWide(&c, mib.data(), 1 << 20);
+  MD5Final(&c);
+  EXPECT_EQ(hex(c), "aa559b4e3523a6c931f08f4df52d58f2");  // md5sum of 512 MiB of zeros
 }
 
 TEST(FileSignature, AgreesWithMd5sumAcrossBlockAndRunEdges) {

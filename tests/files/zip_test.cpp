@@ -148,6 +148,10 @@ TEST_F(ZipTest, EscapingMembersAndPlantedLinksWriteNothingOutside) {
   py_link("alias", "real", "z.writestr('alias/file.txt', b'in')");
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   EXPECT_EQ(read_file(out + "real/file.txt"), "in");
+  // A link that can't be made, a full folder in its place, fails the archive.
+  write_text(out + "real/more.txt", "x");
+  py_link("real", "elsewhere", "");
+  EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), EEXIST);
 }
 
 TEST_F(ZipTest, OwnArchivesPassInfoZipAndRoundTrip) {
