@@ -23,6 +23,8 @@ int clamp_int(int v, int lo, int hi) { return v < lo ? lo : (v > hi ? hi : v); }
 
 }  // namespace
 
+int read_directory_rows_parsed() { return rows_parsed; }
+
 bool scan_list_row(xmap_class& map, std::string& folder, std::string& name,
                    file_version_struct& row) {
   std::string sig;

@@ -45,6 +45,9 @@ int want_this_f(int entry, int row, int kind);
 // Reports a list this program cannot read, then ends the run.
 void new_format(std::string path);
 
+// Rows parsed since the program started (never reset).
+int read_directory_rows_parsed();
+
 // The path of a row on the user's disk: dest_dir_path plus file_path without
 // its top folder.
 std::string row_disk_path(const file_version_struct& row);
