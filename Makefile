@@ -10,7 +10,7 @@ JOBS       ?= $(shell nproc)
 PACKAGES = g++ cmake ninja-build pkg-config zlib1g-dev libpng-dev libminizip-dev \
            libx11-dev libgl-dev libglu1-mesa-dev libgtest-dev nginx zip unzip curl \
            libxtst-dev xvfb xauth libgl1-mesa-dri mesa-utils python3 time bc \
-           libfreetype-dev fonts-dejavu-core clang
+           libfreetype-dev fonts-dejavu-core clang libclang-rt-dev
 
 .PHONY: all deps build run test test-asan fuzz bench images clean
 
