@@ -87,6 +87,9 @@ bool lands_inside(const char* path, bool follow) {
   if (follow) {
     const std::string r = real_or_empty(p);
     if (!r.empty()) return within_root(r);
+    // A dangling link would be written through to wherever it points.
+    struct stat st;
+    if (lstat(p.c_str(), &st) == 0 && S_ISLNK(st.st_mode)) return false;
   }
   const size_t cut = p.rfind('/');
   const std::string parent = cut == std::string::npos ? "." : cut == 0 ? "/" : p.substr(0, cut);
