@@ -2,14 +2,17 @@
 
 BUILD      ?= build
 BUILD_ASAN ?= build-asan
+BUILD_FUZZ ?= build-fuzz
+FUZZ_S     ?= 60
+FUZZ_TARGETS = directory servers prefs http zip
 JOBS       ?= $(shell nproc)
 
 PACKAGES = g++ cmake ninja-build pkg-config zlib1g-dev libpng-dev libminizip-dev \
            libx11-dev libgl-dev libglu1-mesa-dev libgtest-dev nginx zip unzip curl \
            libxtst-dev xvfb xauth libgl1-mesa-dri mesa-utils python3 time bc \
-           libfreetype-dev fonts-dejavu-core x11-utils
+           libfreetype-dev fonts-dejavu-core x11-utils clang libclang-rt-dev
 
-.PHONY: all deps build run run-console test test-asan bench images screenshots clean
+.PHONY: all deps build run run-console test test-asan fuzz bench images screenshots clean
 
 all: build
 
@@ -46,6 +49,27 @@ test-asan: deps $(BUILD_ASAN)/build.ninja
 	ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --test-dir $(BUILD_ASAN) --output-on-failure -j $(JOBS)
 
+$(BUILD_FUZZ)/build.ninja: | deps
+	cmake -S tests/fuzz/libfuzzer -B $(BUILD_FUZZ) -G Ninja \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+
+# Each fuzz target for FUZZ_S seconds, from a copy of its corpus so the
+# committed one stays small. A finding stops the run and is left in
+# $(BUILD_FUZZ)/findings/; put it in tests/fuzz/corpus/<target>/ once fixed.
+fuzz: deps $(BUILD_FUZZ)/build.ninja
+	cmake --build $(BUILD_FUZZ) -j $(JOBS)
+	@mkdir -p $(BUILD_FUZZ)/findings
+	@for t in $(FUZZ_TARGETS); do \
+	  echo "== fuzz_$$t, $(FUZZ_S) s"; \
+	  rm -rf $(BUILD_FUZZ)/work/$$t; mkdir -p $(BUILD_FUZZ)/work/$$t; \
+	  cp tests/fuzz/corpus/$$t/* $(BUILD_FUZZ)/work/$$t/; \
+	  ASAN_OPTIONS=detect_leaks=0 $(BUILD_FUZZ)/fuzz_$$t -max_total_time=$(FUZZ_S) -timeout=10 \
+	    -print_final_stats=1 -artifact_prefix=$(BUILD_FUZZ)/findings/$$t- \
+	    $(BUILD_FUZZ)/work/$$t 2>$(BUILD_FUZZ)/fuzz_$$t.log \
+	    || { tail -n 40 $(BUILD_FUZZ)/fuzz_$$t.log; exit 1; }; \
+	  grep -E 'DONE|number_of_executed_units' $(BUILD_FUZZ)/fuzz_$$t.log; \
+	done
+
 # Draws assets/*.png again from the DejaVu fonts and the layout in src/toolkit/sheet.h.
 images: deps $(BUILD)/build.ninja
 	cmake --build $(BUILD) --target zephyra-make-images
@@ -59,7 +83,7 @@ bench: build
 	@for b in bench/*.sh; do echo "== $$b"; bash $$b $(BUILD) || exit 1; done
 
 clean:
-	rm -rf $(BUILD) $(BUILD_ASAN)
+	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_FUZZ)
 
 # ---- Installing: `make install` (PREFIX, DESTDIR) and `make deb` (CPack).
 PREFIX ?= /usr/local

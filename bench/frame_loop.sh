@@ -6,21 +6,21 @@ set -euo pipefail
 build=${1:-build}
 seconds=${FRAME_LOOP_SECONDS:-3}
 
-figures=$(FRAME_LOOP_SECONDS=$seconds "$build/test_shell" --gtest_also_run_disabled_tests \
-            --gtest_filter='FrameLoopBench.DISABLED_Run' | grep '^fps_paced=')
-eval "$figures"
-echo "frame loop, use_max_cpu 0: ${fps_paced} frames/s, ${cpu_paced}% of a core (target: near 60, under 10%)"
-echo "frame loop, use_max_cpu 1: ${fps_max_cpu} frames/s, ${cpu_max_cpu}% of a core"
-
-if ! command -v glxgears >/dev/null || ! command -v Xvfb >/dev/null; then
-  echo "glxgears not installed (package mesa-utils): no comparison"
-  exit 0
-fi
 exec {fd}<> <(:)
 Xvfb -displayfd "$fd" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
 xvfb=$!
 trap 'kill $xvfb 2>/dev/null || true' EXIT
 read -r -t 10 -u "$fd" display
+
+figures=$(DISPLAY=":$display" FRAME_LOOP_SECONDS=$seconds "$build/toolkit_frame_loop" | grep '^fps_paced=')
+eval "$figures"
+echo "frame loop, use_max_cpu 0: ${fps_paced} frames/s, ${cpu_paced}% of a core (target: near 60, under 10%)"
+echo "frame loop, use_max_cpu 1: ${fps_max_cpu} frames/s, ${cpu_max_cpu}% of a core"
+
+if ! command -v glxgears >/dev/null; then
+  echo "glxgears not installed (package mesa-utils): no comparison"
+  exit 0
+fi
 gears=$(DISPLAY=":$display" timeout $((seconds + 3)) glxgears 2>/dev/null | grep -o '[0-9.]* FPS' | tail -1 | cut -d' ' -f1 || true)
 if [ -z "$gears" ]; then
   echo "glxgears gave no figure: no comparison"

@@ -76,14 +76,6 @@ TEST(Maker, CommittedIconsAreWhatTheMakerDraws) {
   }
 }
 
-TEST(Palette, CommittedSheetCarriesTheExactColours) {
-  for (const palette_cell& p : palette_cells) {
-    const rgba c = interface_png().get(p.column, p.row);
-    EXPECT_TRUE(same(c, opaque(p.r, p.g, p.b)))
-        << "slot " << p.slot << ": " << int(c.r) << "," << int(c.g) << "," << int(c.b) << "," << int(c.a);
-  }
-}
-
 // Columns of a glyph cell that carry any ink: lowest and highest, -1 when empty.
 std::pair<int, int> ink_columns(int s, int t) {
   int lo = -1, hi = -1;

@@ -8,7 +8,7 @@ namespace {
 
 TEST(NumberText, SizesAndFloatsAreCutNotRounded) {
   const struct { float kb; const char* want; } sizes[] = {
-      {999999, "999.9 Meg"}, {1000000, "1.0 Gig"}, {700, "0.7 Meg"},
+      {999999, "999.9 Meg"}, {1000000, "1.0 Gig"}, {700, "0.7 Meg"}, {0, "0.0 Meg"},
       {-1, "-0.0 Meg"},  // why an unknown free space is never shown
   };
   for (const auto& c : sizes) {

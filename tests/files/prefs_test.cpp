@@ -67,15 +67,4 @@ TEST(ScanClass, ValueRulesOnReading) {
   EXPECT_EQ(cut.folder, "/x");
 }
 
-TEST(ScanClass, UnusableFilesKeepEveryDefault) {
-  for (const std::string& bytes : {"I\n8400 version\n_stream_count 4\n"s, "B\n8500 version\n_stream_count 4\n"s,
-                                   "I"s, ""s, "i\x34\x21\0\0_stream_count 4\n"s}) {
-    Loaded got(bytes);
-    EXPECT_EQ(got.tags, 0u) << bytes;
-    EXPECT_EQ(got.count, -7);
-    EXPECT_EQ(got.folder, "default");
-  }
-  EXPECT_TRUE(scan_class("/nonexistent/none.prf", scan_read).tags.empty());
-}
-
 }  // namespace

@@ -49,6 +49,13 @@ TEST(MD5, SplitsLeaveNoTraceAndTheCountCarries) {
   MD5UpdateWide(&c, data.data(), 192);
   EXPECT_EQ(c.count[0], 0x400u);
   EXPECT_EQ(c.count[1], 1u);
+
+  // Past 512 MiB the count goes on from its high word.
+  const std::vector<unsigned char> mib(1 << 20);
+  MD5Init(&c);
+  for (int i = 0; i < 513; ++i) MD5UpdateWide(&c, mib.data(), 1 << 20);
+  MD5Final(&c);
+  EXPECT_EQ(hex(c), "f3a8799d64129a6fd8a5aa56f199ac54");  // md5sum of 513 MiB of zeros
 }
 
 TEST(FileSignature, AgreesWithMd5sumAcrossBlockAndRunEdges) {

@@ -85,6 +85,7 @@ TEST_F(ZipTest, InfoZipRestoresContentModesDatesLinksAndSkipsMacMembers) {
   // Unpacking again over the result: existing folder, file and link are no error.
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   EXPECT_TRUE(S_ISLNK(lstat_of(out + "run").st_mode));
+  EXPECT_EQ(log.text(), "");  // files and links that went well are not reported
 }
 
 TEST_F(ZipTest, FirstNameUseNameAndAMemberWithoutItsFolder) {
@@ -151,6 +152,10 @@ TEST_F(ZipTest, EscapingMembersAndPlantedLinksWriteNothingOutside) {
   py_link("alias", "real", "z.writestr('alias/file.txt', b'in')");
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   EXPECT_EQ(read_file(out + "real/file.txt"), "in");
+  // A link that can't be made, a full folder in its place, fails the archive.
+  write_text(out + "real/more.txt", "x");
+  py_link("real", "elsewhere", "");
+  EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), EEXIST);
 }
 
 // A member's temporary name must not push a path the rules allow past the

@@ -173,6 +173,8 @@ TEST(Status, SmoothedProgressFollowsTheInstalledShareWithinZeroToOne) {
   EXPECT_FLOAT_EQ(smooth_progress(0.4f, 500, 1000, 0.1f), 0.45f);  // k = 0.5
   // Files fetched twice after a rewind can pass the total: held at 1.
   EXPECT_FLOAT_EQ(smooth_progress(1, 3000, 1000, 0.1f), 1.0f);
-  // A run of deletions only has nothing to measure.
+  // A run of deletions only has nothing to measure; with no size known,
+  // anything installed counts as all of it.
   EXPECT_FLOAT_EQ(smooth_progress(0, 0, 0, 0.1f), 0.0f);
+  EXPECT_FLOAT_EQ(smooth_progress(0, 5, 0, 0.1f), 0.5f);
 }

@@ -1,0 +1,317 @@
+#include "targets.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "files/alert.h"
+#include "files/paths.h"
+#include "files/prefs.h"
+#include "files/zip.h"
+#include "install/directory.h"
+#include "install/preferences.h"
+#include "install/servers.h"
+#include "install/stage.h"
+#include "net/http.h"
+
+const fuzz_target_t kFuzzTargets[5] = {{"directory", fuzz_directory},
+                                       {"servers", fuzz_servers},
+                                       {"prefs", fuzz_prefs},
+                                       {"http", fuzz_http},
+                                       {"zip", fuzz_zip}};
+
+namespace {
+
+std::string guard_root;  // real path of the zip target's unpack folder; empty: no guard
+
+[[noreturn]] void fault(const char* what, const std::string& detail) {
+  guard_root.clear();  // the fuzzer's own crash file must still be written
+  fprintf(stderr, "fuzz fault: %s: %s\n", what, detail.c_str());
+  abort();
+}
+
+bool worker_always() { return true; }
+
+// One scratch folder per process. Every alert is taken off the console road:
+// the core believes it runs on a worker and throws the texts instead, which is
+// how a target sees a fatal alert without the process ending.
+const std::string& box() {
+  // Never destroyed: the exit handler still needs it.
+  static const std::string* path = [] {
+    char tmpl[] = "/tmp/zephyra_fuzz_XXXXXX";
+    if (!mkdtemp(tmpl)) fault("mkdtemp", strerror(errno));
+    atexit([] { std::filesystem::remove_all(*path); });
+    return new std::string(tmpl);
+  }();
+  alert_hooks.on_worker_thread = worker_always;
+  return *path;
+}
+
+void write_file(const std::string& path, const uint8_t* data, size_t size) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+  if (!out) fault("write", path);
+}
+
+// --- where the zip target may write ------------------------------------
+
+std::string real_or_empty(const std::string& path) {
+  char* r = realpath(path.c_str(), nullptr);
+  if (!r) return std::string();
+  std::string out(r);
+  free(r);
+  return out;
+}
+
+bool within_root(const std::string& real) {
+  return real == guard_root || real.compare(0, guard_root.size() + 1, guard_root + "/") == 0;
+}
+
+// Where a call on path lands: through the last component when follow is set
+// and it exists, else in the real parent folder.
+bool lands_inside(const char* path, bool follow) {
+  std::string p = path ? path : "";
+  while (p.size() > 1 && p.back() == '/') p.pop_back();
+  if (follow) {
+    const std::string r = real_or_empty(p);
+    if (!r.empty()) return within_root(r);
+    // A dangling link would be written through to wherever it points.
+    struct stat st;
+    if (lstat(p.c_str(), &st) == 0 && S_ISLNK(st.st_mode)) return false;
+  }
+  const size_t cut = p.rfind('/');
+  const std::string parent = cut == std::string::npos ? "." : cut == 0 ? "/" : p.substr(0, cut);
+  const std::string base = cut == std::string::npos ? p : p.substr(cut + 1);
+  if (base == "..") return false;
+  const std::string r = real_or_empty(parent);
+  return r.empty() || within_root(r + (base == "." ? "" : "/" + base));
+}
+
+bool exists_no_follow(const char* path) {
+  struct stat st;
+  return lstat(path, &st) == 0;
+}
+
+void check(const char* call, const char* path, bool follow, bool harmless) {
+  if (guard_root.empty() || harmless || lands_inside(path, follow)) return;
+  fault(call, std::string(path) + " is outside " + guard_root);
+}
+
+}  // namespace
+
+// The zip target's program is linked with --wrap for each call that changes
+// the disk, so every one of them passes the guard first.
+extern "C" {
+FILE* __real_fopen(const char* path, const char* mode);
+int __real_mkdir(const char* path, mode_t mode);
+int __real_rmdir(const char* path);
+int __real_unlink(const char* path);
+int __real_rename(const char* from, const char* to);
+int __real_symlink(const char* target, const char* path);
+int __real_chmod(const char* path, mode_t mode);
+int __real_utimes(const char* path, const struct timeval times[2]);
+
+FILE* __wrap_fopen(const char* path, const char* mode) {
+  check("fopen", path, true, mode && !strpbrk(mode, "wa+"));
+  return __real_fopen(path, mode);
+}
+int __wrap_mkdir(const char* path, mode_t mode) {
+  check("mkdir", path, false, exists_no_follow(path));
+  return __real_mkdir(path, mode);
+}
+int __wrap_rmdir(const char* path) {
+  check("rmdir", path, false, !exists_no_follow(path));
+  return __real_rmdir(path);
+}
+int __wrap_unlink(const char* path) {
+  check("unlink", path, false, !exists_no_follow(path));
+  return __real_unlink(path);
+}
+int __wrap_rename(const char* from, const char* to) {
+  check("rename from", from, false, false);
+  check("rename to", to, false, false);
+  return __real_rename(from, to);
+}
+int __wrap_symlink(const char* target, const char* path) {
+  check("symlink", path, false, false);
+  return __real_symlink(target, path);
+}
+int __wrap_chmod(const char* path, mode_t mode) {
+  check("chmod", path, true, false);
+  return __real_chmod(path, mode);
+}
+int __wrap_utimes(const char* path, const struct timeval times[2]) {
+  check("utimes", path, true, false);
+  return __real_utimes(path, times);
+}
+}
+
+// --- the targets --------------------------------------------------------
+
+int fuzz_directory(const uint8_t* data, size_t size) {
+  const std::string list = box() + "/directory.txt";
+  write_file(list, data, size);
+  dest_dir_path = box() + "/dest/";
+  mkdir(dest_dir_path.c_str(), 0755);
+  try {
+    if (read_directory(list, "fuzz") != 3) return 0;
+  } catch (const exce_class&) {
+    return 0;
+  }
+  for (const auto& entry : sim_info) {
+    if (entry.empty()) fault("directory", "an entry without rows");
+    for (const auto& row : entry)
+      if (row.row_kind < 0 || row.row_kind > 1 || row.row_os < 0 || row.row_os > 6)
+        fault("directory", "row fields out of range: " + row.file_path);
+  }
+  return 0;
+}
+
+int fuzz_servers(const uint8_t* data, size_t size) {
+  const std::string list = box() + "/serverlist.txt";
+  write_file(list, data, size);
+  stg.server_count = -1;
+  stg.server_index = 0;
+  try {
+    if (read_server_list(list) != 1) return 0;
+  } catch (const exce_class&) {
+    return 0;
+  }
+  if (stg.server_count < 0 || stg.server_count > server_rows)
+    fault("servers", "row count " + std::to_string(stg.server_count));
+  if (stg.server_count > 0 && (stg.server_index < 0 || stg.server_index >= stg.server_count))
+    fault("servers", "drew row " + std::to_string(stg.server_index));
+  return 0;
+}
+
+int fuzz_prefs(const uint8_t* data, size_t size) {
+  setenv("HOME", box().c_str(), 1);
+  const std::string path = pref_file_path(pref_set_installer);
+  write_file(path, data, size);
+  try {
+    pref.IO_set(pref_set_installer, scan_read);
+    // The float tags live in the shell's set, read through the same scanner.
+    scan_class scan(path, scan_read);
+    float value = 0;
+    scan.float_io(&value, "_prd_FM");
+  } catch (const exce_class&) {
+  }
+  return 0;
+}
+
+namespace {
+
+int listener(unsigned short* port) {
+  static int fd = -1;
+  static unsigned short bound = 0;
+  if (fd < 0) {
+    fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof a;
+    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&a), len) != 0 || listen(fd, 16) != 0 ||
+        getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) != 0)
+      fault("listen", strerror(errno));
+    bound = ntohs(a.sin_port);
+  }
+  *port = bound;
+  return fd;
+}
+
+}  // namespace
+
+int fuzz_http(const uint8_t* data, size_t size) {
+  unsigned short port = 0;
+  const int lfd = listener(&port);
+  http._proxy_host.clear();  // the prefs target may have set one
+  http._proxy_port_int = 0;
+  const std::string body_file = box() + "/down.bin";
+  unlink(body_file.c_str());
+
+  std::map<std::string, std::string> headers = {
+      {"Host", "127.0.0.1"}, {"User-agent", "Installer-LIN/RC-1"}, {"Connection", "close"}};
+  auto* d = new down_class("127.0.0.1", port, "/zephyra/8.60r1/a b.zip", false, headers,
+                           nullptr, 0, body_file.c_str());
+  pollfd p = {lfd, POLLIN, 0};
+  if (poll(&p, 1, 5000) != 1) fault("http", "no connection");
+  const int peer = accept(lfd, nullptr, nullptr);
+  if (peer < 0) fault("accept", strerror(errno));
+  fcntl(peer, F_SETFL, O_NONBLOCK);
+
+  // The response goes out as the client reads it; then the peer closes its
+  // side, and the client is polled until nothing moves any more.
+  size_t sent = 0;
+  int idle = 0;
+  char sink[4096];
+  while (idle < 3 && !(d->IsDone() || d->IsComplete() || d->IsErr())) {
+    if (sent < size) {
+      const ssize_t n = send(peer, data + sent, size - sent, MSG_NOSIGNAL);
+      if (n > 0) sent += static_cast<size_t>(n);
+      if (sent == size) shutdown(peer, SHUT_WR);
+    } else if (size == 0 && sent == 0) {
+      shutdown(peer, SHUT_WR);
+      sent = 1;
+    }
+    while (recv(peer, sink, sizeof sink, 0) > 0) {
+    }
+    const size_t before = d->in_buf.size() + static_cast<size_t>(d->bytes_done);
+    d->DoProcessing();
+    const bool moved = d->in_buf.size() + static_cast<size_t>(d->bytes_done) != before;
+    idle = (sent >= size && !moved) ? idle + 1 : 0;
+  }
+  const bool clean = d->header_done && d->os_err == 0;
+  const long long counted = d->bytes_done;
+  if (counted < 0) fault("http", "negative byte count");
+  if (d->IsComplete() && d->content_len < 0) fault("http", "complete with a negative length");
+  delete d;  // closes the file
+
+  // Everything counted must be on disk: a short file would pass as whole.
+  struct stat st;
+  if (clean && stat(body_file.c_str(), &st) == 0 && st.st_size != counted)
+    fault("http", "file holds " + std::to_string(st.st_size) + " bytes, counted " +
+                      std::to_string(counted));
+
+  // Reset instead of a close handshake, so a long run leaves no TIME_WAIT.
+  linger off = {1, 0};
+  setsockopt(peer, SOL_SOCKET, SO_LINGER, &off, sizeof off);
+  close(peer);
+  return 0;
+}
+
+int fuzz_zip(const uint8_t* data, size_t size) {
+  const std::string here = box() + "/zip";
+  const std::string archive = here + "/in.zip";
+  const std::string out = here + "/out/";
+  std::filesystem::remove_all(here);
+  mkdir(here.c_str(), 0755);
+  mkdir(out.c_str(), 0755);
+  write_file(archive, data, size);
+
+  guard_root = real_or_empty(out);
+  std::string first;
+  try {
+    zip_to_file(archive, out, &first, 0);
+  } catch (const exce_class&) {
+  }
+  guard_root.clear();
+
+  // Nothing beside the archive and the unpack folder may have appeared.
+  for (const auto& e : std::filesystem::directory_iterator(here)) {
+    const std::string name = e.path().filename();
+    if (name != "in.zip" && name != "out") fault("zip", "wrote " + name + " beside the folder");
+  }
+  return 0;
+}
