@@ -22,7 +22,7 @@ class Input : public ::testing::Test {
     shell_hooks.text_width = text_width;
     MACIBM_clear_menus(1);
     MACIBM_create_menu(3, -1, "File");
-    for (int i = 0; i < 4; ++i) MACIBM_append_menu(3, i, 30 + i, i == 2 ? "=" : "Row", 0);
+    for (int i = 0; i < 4; ++i) MACIBM_append_menu(3, i, 30 + i, i == 2 ? "=" : "Row", i == 3);
     frame_after(0.02);
   }
   void TearDown() override { PUMP_set_time_source(nullptr); }
@@ -52,7 +52,8 @@ TEST_F(Input, KeysymsBecomeCodesCharactersAndTyping) {
       {XK_F10, 0, 0, {{3, 59}, {0, 0}}, "a"},   // shares Insert's code, so it erases
       {XK_Delete, 0, 0, {{0, 0}}, "a"},     {XK_Insert, 0, 0, {{0, 0}}, "a"},
       // The keypad gives codes, never characters; unknown keys nothing at all.
-      {XK_KP_End, 0, 0, {{1, 0x5300}}, "ab"}, {XK_KP_1, 0, 0, {}, "ab"},
+      {XK_KP_End, 0, 0, {{1, 0x5300}}, "ab"}, {XK_KP_Up, 0, 0, {{1, 0x5B00}}, "ab"},
+      {XK_KP_1, 0, 0, {}, "ab"},
       {XK_odiaeresis, 0, 0, {}, "ab"},      {XK_Caps_Lock, 0, 0, {}, "ab"},
   };
   for (const auto& p : presses) {
@@ -129,6 +130,7 @@ TEST_F(Input, PressesOpenChooseAndCloseMenus) {
         << p.x << "," << p.y;
   }
   EXPECT_EQ(31, menu_ids_seen.at(0));
+  EXPECT_EQ((std::vector<int>{0, 1}), (std::vector<int>{m.items[0].checked, m.items[3].checked}));
 }
 
 }  // namespace

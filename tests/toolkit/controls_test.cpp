@@ -210,6 +210,14 @@ TEST_F(Controls, TextFieldTakesTheFocusOnAClickAndEndsOnAPressElsewhere) {
   frame_after(0.02);
   EXPECT_EQ((std::vector<int>{1, -1}), (std::vector<int>{took, mnw.text_focus}));
   EXPECT_EQ("abcd", a);
+
+  // The caller's buffer holds 500 bytes; a longer text is a fault, not a copy.
+  const child_result r = run_in_child([] {
+    std::string longer(600, 'x');
+    return BTN_enterstring(0, 0, &longer[0], 10, 2, "") + 7;
+  });
+  EXPECT_NE(7, r.exit_code);
+  EXPECT_NE(std::string::npos, r.out.find("String too long!")) << r.out;
 }
 
 }  // namespace
