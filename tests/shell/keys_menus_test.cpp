@@ -1,6 +1,6 @@
 // The keyboard and the menus, without a display: keysyms through
-// keys.handle_key, and presses posted through the pump onto menus, the list's
-// pop-up and dialogs.
+// keys.handle_key, keys and presses posted through the pump onto menus and
+// dialogs.
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 
@@ -26,9 +26,9 @@ class Input : public ::testing::Test {
     frame_after(0.02);
   }
   void TearDown() override { PUMP_set_time_source(nullptr); }
-  // A press and release at (x, y) of the present sub-window, then a frame.
+  // A press and release at (x, y), then a frame.
   static void click(float x, float y) {
-    PUMP_post_motion(static_cast<int>(mnw.win_x + x), static_cast<int>(768 - mnw.win_y - y));
+    PUMP_post_motion(static_cast<int>(x), static_cast<int>(768 - y));
     PUMP_post_button(1);
     PUMP_post_button(0);
     frame_after(0.02);
