@@ -159,14 +159,14 @@ TEST_F(Controls, ListOpensOverTheChosenItemAndTheChoiceArrivesInTheNextFrame) {
 
 TEST_F(Controls, SlidersAreHeldWhileTheButtonIsDown) {
   float h = 0.5f;
-  on_app_update = [&] { BTN_horz_slider(100, 300, 200, 46, 0, 10, &h, 1, "", ""); };
+  on_app_update = [&] { BTN_horz_slider(100, 300, 200, 46, 2, 12, &h, 1, "", ""); };
   move_to(150, 300);
   PUMP_post_button(1);
   frame_after(0.02);
-  EXPECT_FLOAT_EQ(2.5f, h);
+  EXPECT_FLOAT_EQ(4.5f, h);
   move_to(500, 600);   // far off the trough: still held, clamped
   frame_after(0.02);
-  EXPECT_FLOAT_EQ(10, h);
+  EXPECT_FLOAT_EQ(12, h);
   PUMP_post_button(0);
 
   // The scroll bar: lo at the top, arrows beyond its ends, paging in the
