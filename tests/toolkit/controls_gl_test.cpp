@@ -106,8 +106,8 @@ TEST_F(ControlsScreen, EveryControlDrawsItsStates) {
   draw_controls_screen();
   glFinish();
 
-  // Of two rows sharing an edge only the upper one lights: the fill stops a
-  // pixel short of the row's top.
+  // The hovered row is lit from its lower edge to a pixel short of its top,
+  // the edge it shares with the row above.
   const item_struct& lit = menu[popup_menu].items[2];
   const struct {
     const char* what;
