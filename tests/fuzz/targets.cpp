@@ -20,6 +20,7 @@
 #include "files/paths.h"
 #include "files/prefs.h"
 #include "files/zip.h"
+#include "install/containment.h"
 #include "install/directory.h"
 #include "install/preferences.h"
 #include "install/servers.h"
@@ -172,9 +173,13 @@ int fuzz_directory(const uint8_t* data, size_t size) {
   }
   for (const auto& entry : sim_info) {
     if (entry.empty()) fault("directory", "an entry without rows");
-    for (const auto& row : entry)
+    for (const auto& row : entry) {
       if (row.row_kind < 0 || row.row_kind > 1 || row.row_os < 0 || row.row_os > 6)
         fault("directory", "row fields out of range: " + row.file_path);
+      // A list that was read may not name anything outside the destination.
+      if (row_path_escapes(row.file_path))
+        fault("directory", "a row outside the destination: " + row.file_path);
+    }
   }
   return 0;
 }
