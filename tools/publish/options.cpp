@@ -169,7 +169,7 @@ stops, says which file and why, and leaves the mirror as it was.
 Example:
   zephyra-publish --product build/Zephyra --release 8.60r2 --out /srv/mirror \
       --previous /srv/mirror/8.50/directory.txt.zip \
-      --mirror "mirror1.example.com,/pub/zephyra/,Mirror one, Europe" \
+      --mirror "mirror1.vantrell.example,/pub/zephyra/,Mirror one, Europe" \
       --platform "*.exe=2" --platform "*.dll=2" --platform "bin/linux/*=6"
 )";
 }
