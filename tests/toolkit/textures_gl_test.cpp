@@ -176,6 +176,15 @@ TEST_F(GlTextures, BindRefReturnsEarlyWhenAlreadyBound) {
   tman.reset_bind();
   tman.bind_ref(700, 0, 0);
   EXPECT_EQ(id, bound_now());
+
+  // Another unit gets its own binding, and unit 0 is the active one again.
+  tman.bind_ref(700, 1, 0);
+  GLint active = 0, on_1 = 0;
+  glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+  glActiveTexture(GL_TEXTURE1);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_1);
+  glActiveTexture(GL_TEXTURE0);
+  EXPECT_EQ((std::vector<int>{GL_TEXTURE0, id}), (std::vector<int>{active, on_1}));
 }
 
 }  // namespace
