@@ -129,9 +129,10 @@ TEST_F(Pump, RepeatDoubleClickAndQuickReleaseMeasureFromThePress) {
 
 TEST(StartWind, EveryCodeIsCentredWithItsSizeAndTitle) {
   shell_test_reset();
-  stls[601] = "alert title", stls[614] = "chooser";
+  stls[601] = "alert title", stls[602] = "question", stls[614] = "chooser";
   const struct { int code, x_res, y_res; float dx, dy, x, y; const char* title; } cases[] = {
-      {0, 1024, 768, 1024, 768, 0, 0, "before"},      {7, 1024, 768, 1024, 768, 0, 0, "before"},
+      {7, 1024, 768, 1024, 768, 0, 0, "before"},
+      {997, 1024, 768, 700, 146, 162, 311, "question"},
       {995, 1024, 768, 400, 230, 312, 269, "alert title"},
       {998, 1024, 768, 341, 484, 342, 142, "chooser"},   // 341.5 rounds away from zero
       {998, 300, 400, 341, 484, -21, 0, "chooser"},      // only the bottom is clamped

@@ -210,15 +210,4 @@ TEST_F(HeadlessScreen, ButtonsAndHelpAnswerThePumpWithoutADisplay) {
   EXPECT_EQ("Choose the folder to install into", stls[stls_help]);
 }
 
-TEST_F(HeadlessScreen, CloseCornerEndsASubWindow) {
-  frame_after(0.02);
-  MACIBM_startwind(2);   // the preferences
-  ASSERT_EQ(2, mnw.win_now);
-  // Through the pump, a press in the corner takes the user back to the main screen.
-  move_to(mnw.win_x + 10, mnw.win_y + mnw.win_dy - 5);
-  PUMP_post_button(1);
-  frame_after(0.02);
-  EXPECT_EQ(0, mnw.win_now);
-}
-
 }  // namespace

@@ -177,8 +177,14 @@ TEST_F(GlTextures, BindRefReturnsEarlyWhenAlreadyBound) {
   tman.bind_ref(700, 0, 0);
   EXPECT_EQ(id, bound_now());
 
-  // Beyond the driver's units nothing happens.
-  tman.bind_ref(700, ren.max_tex_units, 0);
+  // Another unit gets its own binding, and unit 0 is the active one again.
+  tman.bind_ref(700, 1, 0);
+  GLint active = 0, on_1 = 0;
+  glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+  glActiveTexture(GL_TEXTURE1);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_1);
+  glActiveTexture(GL_TEXTURE0);
+  EXPECT_EQ((std::vector<int>{GL_TEXTURE0, id}), (std::vector<int>{active, on_1}));
 }
 
 }  // namespace

@@ -46,12 +46,12 @@ TEST(GetScale, EachTexResEachFlagAndTheOnePixelFloor) {
     EXPECT_FLOAT_EQ(1.0f, scale_of(tex_bitmap, tex_col_rgba, 256, 256, r).scale);
     EXPECT_FLOAT_EQ(1.0f, scale_of(tex_instrument, tex_coarser, 256, 256, r).scale);
 
-    // A one-pixel side survives any scale.
-    sized tall = scale_of(tex_manual, tex_col_rgba, 1, 512, r);
-    EXPECT_EQ((std::vector<int>{1, 1}), (std::vector<int>{tall.tex_dx, tall.pic_dx}));
-    EXPECT_GE(tall.tex_dy, 1);
-    sized wide = scale_of(tex_manual, tex_coarser, 512, 1, r);
-    EXPECT_EQ((std::vector<int>{1, 1}), (std::vector<int>{wide.tex_dy, wide.pic_dy}));
+    // A one-pixel side, either one, holds the scale at 1.
+    for (const sized& s : {scale_of(tex_manual, tex_col_rgba, 1, 512, r),
+                           scale_of(tex_manual, tex_coarser, 512, 1, r)})
+      EXPECT_EQ((std::vector<float>{1, 1, 512}),
+                (std::vector<float>{s.scale, float(std::min(s.tex_dx, s.tex_dy)),
+                                    float(std::max(s.pic_dx, s.pic_dy))}));
   }
 }
 
