@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <algorithm>
 #include <cstring>
 #include <system_error>
 
@@ -90,12 +91,13 @@ int sign_file_quietly(const std::string& path, std::vector<unsigned char>& buf, 
 
 sign_ahead_class::sign_ahead_class(std::vector<std::string> paths, int threads)
     : paths_(std::move(paths)), slots_(new slot[paths_.size()]) {
-  size_t extra = threads > 1 ? (size_t)threads - 1 : 0;
-  if (extra + 1 > paths_.size()) extra = paths_.empty() ? 0 : paths_.size() - 1;
+  // One worker per thread asked for: the taker mostly waits, and signs only
+  // the file it needs when no worker has come to it yet. Alone, it signs all.
+  const size_t workers = threads > 1 ? std::min((size_t)threads, paths_.size()) : 0;
   try {
-    for (size_t t = 0; t < extra; ++t) threads_.emplace_back([this] { work(); });
+    for (size_t t = 0; t < workers; ++t) threads_.emplace_back([this] { work(); });
   } catch (const std::system_error&) {
-    // Fewer workers than cores: the taker signs whatever they don't.
+    // Fewer workers than asked: the taker signs whatever they don't.
   }
 }
 
@@ -114,6 +116,11 @@ bool sign_ahead_class::sign_next(std::vector<unsigned char>& buf) {
   if (stop_.load(std::memory_order_relaxed)) return false;
   const size_t i = next_.fetch_add(1);
   if (i >= paths_.size()) return false;
+  sign(i, buf);
+  return true;
+}
+
+void sign_ahead_class::sign(size_t i, std::vector<unsigned char>& buf) {
   std::string sig;
   int r;
   try {
@@ -130,15 +137,14 @@ bool sign_ahead_class::sign_next(std::vector<unsigned char>& buf) {
                   std::memory_order_release);
   }
   finished_.notify_all();
-  return true;
 }
 
 int sign_ahead_class::take(size_t i, std::string& sig) {
   slot& s = slots_[i];
-  while (s.state.load(std::memory_order_acquire) == pending) {
-    // Nothing is left unclaimed before i, so whatever is claimed here is i
-    // or a file the loop will come to.
-    if (sign_next(taker_buf_)) continue;
+  // Everything before i is claimed; when i is not, no worker has come to it.
+  size_t unclaimed = i;
+  if (next_.compare_exchange_strong(unclaimed, i + 1)) sign(i, taker_buf_);
+  if (s.state.load(std::memory_order_acquire) == pending) {
     std::unique_lock<std::mutex> hold(lock_);
     finished_.wait(hold, [&] { return s.state.load(std::memory_order_acquire) != pending; });
   }

@@ -25,7 +25,7 @@ int sign_file_quietly(const std::string& path, std::vector<unsigned char>& buf, 
 
 class sign_ahead_class {
  public:
-  // threads counts the taker too: 1 signs everything inside take().
+  // threads workers sign ahead; with 1 or less, take() signs each file.
   sign_ahead_class(std::vector<std::string> paths, int threads);
   // Stops the workers and waits for them, also when a take() threw.
   ~sign_ahead_class();
@@ -33,7 +33,7 @@ class sign_ahead_class {
   sign_ahead_class& operator=(const sign_ahead_class&) = delete;
 
   // The answer of calc_file_md5(paths[i], sig). Calls must come in
-  // increasing i from one thread; meanwhile that thread helps sign.
+  // increasing i from one thread.
   int take(size_t i, std::string& sig);
 
   const std::string& path(size_t i) const { return paths_[i]; }
@@ -49,6 +49,7 @@ class sign_ahead_class {
   void work();
   // Claims the next unclaimed file and signs it; false when none is left.
   bool sign_next(std::vector<unsigned char>& buf);
+  void sign(size_t i, std::vector<unsigned char>& buf);
 
   std::vector<std::string> paths_;
   std::unique_ptr<slot[]> slots_;

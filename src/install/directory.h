@@ -34,8 +34,8 @@ extern std::set<std::string> deleted_files;
 // cleared, so it survives a second read of the list.
 extern int this_install_has_exes;
 
-// Threads that sign files during a scan, the loop's own included; 0 gives
-// one per processor.
+// Threads that sign files ahead of the scan's loop; 0 gives one per
+// processor, 1 signs each file in the loop itself.
 extern int scan_threads;
 
 // Reads the list at path (any separator style) into sim_info and signs every
