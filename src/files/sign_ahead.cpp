@@ -32,11 +32,14 @@ int sign_file_quietly(const std::string& path, std::vector<unsigned char>& buf, 
                       const std::atomic<bool>* stop) {
   // Past this length set_dir_chars raises a fatal alert, which is the taker's.
   if (app_path.size() + path.size() > kMaxPath) return -1;
-  // The same two passes of the separator rule as calc_file_md5 and xmap_class.
-  std::string p = path;
-  set_dir_chars(p);
-  std::string full = app_path + p;
+  // The same two passes of the separator rule as calc_file_md5 and
+  // xmap_class; without a prefix the second finds nothing left to do.
+  std::string full = path;
   set_dir_chars(full);
+  if (!app_path.empty()) {
+    full = app_path + full;
+    set_dir_chars(full);
+  }
 
   // Non-blocking, so that a pipe is only looked at here; the taker opens it
   // the ordinary way.
