@@ -37,7 +37,6 @@ class sign_ahead_class {
   int take(size_t i, std::string& sig);
 
   const std::string& path(size_t i) const { return paths_[i]; }
-  int workers() const { return (int)threads_.size(); }
 
  private:
   enum : uint8_t { pending = 0, done_ok, done_unreadable, done_by_taker };
