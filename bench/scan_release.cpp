@@ -3,7 +3,7 @@
 //
 //   scan_release gen <folder> <files> <total_megabytes>
 //   scan_release list <md5sum output> <list out>
-//   scan_release scan <list> <destination folder>
+//   scan_release scan <list> <destination folder> [threads]
 //   scan_release parse <rows> <scratch folder>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "files/sign_ahead.h"
 #include "install/directory.h"
 #include "install/person.h"
 #include "install/stage.h"
@@ -117,8 +118,9 @@ int list(const std::string& sums, const std::string& out_path) {
   return 0;
 }
 
-int scan(const std::string& list_path, const std::string& dest) {
+int scan(const std::string& list_path, const std::string& dest, int threads) {
   set_run_defaults();
+  scan_threads = threads;
   dest_dir_path = dest;
   person_hooks.dir_progress_bar = mark_phase;
   scan_seen = false;
@@ -127,8 +129,8 @@ int scan(const std::string& list_path, const std::string& dest) {
   const auto t1 = clock_type::now();
   size_t missing = 0;
   for (auto& e : sim_info) missing += e.back().have_file == 0;
-  printf("entries=%zu state=%d mismatched=%zu parse=%.3f scan=%.3f total=%.3f\n",
-         sim_info.size(), state, missing, scan_seen ? seconds(t0, scan_started) : 0.0,
+  printf("threads=%d entries=%zu state=%d mismatched=%zu parse=%.3f scan=%.3f total=%.3f\n",
+         threads > 0 ? threads : sign_thread_count(), sim_info.size(), state, missing, scan_seen ? seconds(t0, scan_started) : 0.0,
          scan_seen ? seconds(scan_started, t1) : 0.0, seconds(t0, t1));
   return state == 3 && missing == 0 ? 0 : 1;
 }
@@ -165,7 +167,8 @@ int main(int argc, char** argv) {
   const std::string cmd = argc > 1 ? argv[1] : "";
   if (cmd == "gen" && argc == 5) return gen(argv[2], atoi(argv[3]), atol(argv[4]));
   if (cmd == "list" && argc == 4) return list(argv[2], argv[3]);
-  if (cmd == "scan" && argc == 4) return scan(argv[2], argv[3]);
+  if (cmd == "scan" && (argc == 4 || argc == 5))
+    return scan(argv[2], argv[3], argc == 5 ? atoi(argv[4]) : 0);
   if (cmd == "parse" && argc == 4) return parse(atoi(argv[2]), argv[3]);
   fprintf(stderr, "usage: scan_release gen|list|scan|parse ...\n");
   return 2;

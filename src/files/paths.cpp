@@ -29,8 +29,6 @@ int sErrLine = -1;
 
 namespace {
 const char kUnit[] = "Files/io_utils";
-// The working buffer of set_dir_chars holds 500 bytes, terminator included.
-const size_t kMaxPath = 499;
 
 inline int fail_at(int err, int line) {
   sErrFile = kUnit;

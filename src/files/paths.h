@@ -8,6 +8,9 @@
 
 extern std::string app_path;       // prefix of every path given to the file layer; empty here
 extern int g_case_sensitive;       // while set, set_dir_chars repairs letter case
+// Longest path set_dir_chars takes (its working buffer holds 500 bytes);
+// a longer one is a fatal alert.
+const size_t kMaxPath = 499;
 extern const char* sErrFile;       // place of the last recorded file failure (diagnostic)
 extern int sErrLine;
 

@@ -2,7 +2,7 @@
 
 #include "files/alert.h"
 #include "files/log.h"
-#include "files/signature.h"
+#include "files/sign_ahead.h"
 #include "files/xmap.h"
 #include "install/containment.h"
 #include "install/destination.h"
@@ -12,6 +12,7 @@
 std::vector<std::vector<file_version_struct>> sim_info;
 std::set<std::string> deleted_files;
 int this_install_has_exes = 0;
+int scan_threads = 0;
 
 const char* const kProductDownloadURL = "http://www.vantrell.example/zephyra/download.html";
 
@@ -144,15 +145,20 @@ int read_directory(const std::string& path, std::string message) {
 
   const int n = (int)sim_info.size();
   const int step = n / 200 > 1 ? n / 200 : 1;
+  std::vector<std::string> disk_paths(n);
+  for (int i = 0; i < n; ++i) disk_paths[i] = row_disk_path(sim_info[i].back());
+  // Workers sign the files ahead of this loop; it takes them in list order,
+  // so the panel, the log and any alert come out as from a plain loop.
+  sign_ahead_class signer(std::move(disk_paths), scan_threads > 0 ? scan_threads : sign_thread_count());
   for (int i = 0; i < n; ++i) {
     const int last = (int)sim_info[i].size() - 1;
     file_version_struct& r = sim_info[i][last];
-    const std::string disk_path = row_disk_path(r);
+    const std::string& disk_path = signer.path(i);
     if (i % step == 0)
       dir_progress_bar(0, (float)i, (float)n, dir_progress_examining, message, disk_path);
 
     r.sig_have = "NONE";
-    calc_file_md5(disk_path, r.sig_have);  // an unreadable file keeps "NONE"
+    signer.take(i, r.sig_have);  // an unreadable file keeps "NONE"
     r.have_file = r.sig_want == r.sig_have ? 1 : 0;
 
     if (r.sig_want == "GONE") continue;

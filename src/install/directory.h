@@ -34,6 +34,10 @@ extern std::set<std::string> deleted_files;
 // cleared, so it survives a second read of the list.
 extern int this_install_has_exes;
 
+// Threads that sign files ahead of the scan's loop; 0 gives one per
+// processor, 1 signs each file in the loop itself.
+extern int scan_threads;
+
 // Reads the list at path (any separator style) into sim_info and signs every
 // listed file under dest_dir_path, summing stg.tot_down and stg.tot_disk.
 // Returns 3 when read, 2 when refused (after new_format).
