@@ -145,7 +145,16 @@ std::string drive_window_install(window_driver_class& w, double seconds,
   float ox, oy;
   dialog_origin(1, &ox, &oy);
   w.click(ox + kAgreeSpot.x, oy + kAgreeSpot.y);
+  // A file changed by hand brings up the question (the back colour beside
+  // its light panel): KEEP THE OLD FILE.
+  float qx, qy;
+  dialog_origin(997, &qx, &qy);
   auto complete = [&] {
+    const window_rgb edge = w.pixel(qx - 5, qy + 70), panel = w.pixel(qx + 350, qy + 130);
+    if (edge.r == 51 && edge.g == 67 && edge.b == 86 && panel.r + panel.g + panel.b > 600) {
+      w.click(qx + 96, qy + 28);
+      reached("question");
+    }
     return w.count(kMessageLow.x, kMessageLow.y, kMessageHigh.x, kMessageHigh.y,
                    [](window_rgb c) { return c.g > c.r + 40 && c.g > c.b + 40; }) > 20;
   };

@@ -57,8 +57,9 @@ inline constexpr window_spot kMessageLow = {154, 612}, kMessageHigh = {300, 624}
 // A point of the sky beside the dialogs, which darken it to the back colour.
 inline constexpr window_spot kSkySpot = {900, 400};
 
-// What a person does for a fresh install: waits for START to turn green,
-// presses it, agrees, waits for "INSTALLATION COMPLETE!" in green, and quits.
+// What a person does for an install: waits for START to turn green (Select
+// on the chooser), presses it, agrees, keeps a file changed by hand when
+// asked, waits for "INSTALLATION COMPLETE!" in green, and quits.
 // before_start runs first, on the ready screen. Returns "" or what went wrong.
 // step, when given, hears the name of each stage reached.
 std::string drive_window_install(window_driver_class& w, double seconds,
