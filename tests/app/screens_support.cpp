@@ -63,6 +63,9 @@ void ScreenSuite::SetUpTestSuite() {
 
 void ScreenSuite::TearDownTestSuite() {
   PUMP_set_time_source(nullptr);
+  // Leave no current context behind: a later suite would take it as live and
+  // look up textures in the emptied manager.
+  glXMakeCurrent(dpy, None, nullptr);
   tman = tman_class();
   delete server;
   server = nullptr;
