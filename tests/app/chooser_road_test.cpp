@@ -67,21 +67,13 @@ class ChooserRoad : public ::testing::Test {
     app = -1;
     return status;
   }
-  // A point of a dialog, by its window code.
-  window_spot in(int code, float x, float y) {
-    float ox, oy;
-    dialog_origin(code, &ox, &oy);
-    return {ox + x, oy + y};
-  }
-  window_rgb pixel(window_spot p) { return w->pixel(p.x, p.y); }
+  window_spot in(int code, float x, float y) { return dialog_point(code, x, y); }
   void click(window_spot p) { w->click(p.x, p.y); }
   // Dark pixels (text, icons) in a box of the chooser.
   int ink(float x1, float y1, float x2, float y2) {
     const window_spot a = in(998, x1, y1), b = in(998, x2, y2);
     return w->count(a.x, a.y, b.x, b.y, [](window_rgb c) { return sum(c) < 250; });
   }
-  // The chooser's dark path panel above its light list.
-  bool chooser_up() { return sum(pixel(in(998, 250, 420))) < 100 && sum(pixel(in(998, 250, 100))) > 600; }
   void type(const char* text) {
     Display* d = XOpenDisplay(nullptr);
     for (; *text; ++text) {
@@ -105,7 +97,7 @@ TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
   // Nothing remembered: the chooser at once, in home/Zephyra/, which doesn't
   // exist yet. Each step waits for what it shows, as a person would look.
   start();
-  ASSERT_TRUE(wait([&] { return chooser_up(); }));
+  ASSERT_TRUE(wait([&] { return w->chooser_shown(); }));
   auto row0 = [&] { return ink(30, 262, 200, 278); };
   ASSERT_EQ(row0(), 0);
   click(in(998, 170.5f, 440));   // the path's parts
@@ -119,7 +111,7 @@ TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
   click(in(998, 100, 250));   // the second row, sims/: entered, nothing in it
   ASSERT_TRUE(wait([&] { return row0() == 0; }));
   click(in(998, 115, 28));   // Select
-  ASSERT_TRUE(wait([&] { return !chooser_up(); }));
+  ASSERT_TRUE(wait([&] { return !w->chooser_shown(); }));
   // On the preferences screen: full speed on, streams set by hand (1),
   // logging on; then the close corner.
   EXPECT_FALSE(install([&] {
@@ -158,7 +150,7 @@ TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
     return right;
   };
   EXPECT_TRUE(wait([&] { return std::abs(line_end() - g.back().x) < 12; })) << line_end();
-  EXPECT_FALSE(chooser_up());
+  EXPECT_FALSE(w->chooser_shown());
   w->click(kQuitSpot.x, kQuitSpot.y);
   ASSERT_EQ(ended(), 0);
 

@@ -99,15 +99,6 @@ std::string save_docs_screen(const std::string& name) {
 
 void save_docs_screen_at_next_swap(const std::string& name) { pending_shot = name; }
 
-std::vector<unsigned char> read_back_buffer() {
-  std::vector<unsigned char> rgb(1024 * 768 * 3);
-  glFinish();
-  glReadBuffer(GL_BACK);
-  glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  glReadPixels(0, 0, 1024, 768, GL_RGB, GL_UNSIGNED_BYTE, rgb.data());
-  return rgb;
-}
-
 int window_x(float x) { return static_cast<int>(x); }
 int window_y(float y) { return static_cast<int>(768 - y); }
 

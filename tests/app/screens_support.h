@@ -31,9 +31,6 @@ std::string save_docs_screen(const std::string& name);
 // saves the back buffer under name, as save_docs_screen does.
 void save_docs_screen_at_next_swap(const std::string& name);
 
-// The window's pixels, bottom row first, 3 bytes each (1024 by 768).
-std::vector<unsigned char> read_back_buffer();
-
 // The output of a shell command.
 std::string sh(const std::string& cmd);
 // Files and links below root with their signatures, folders left out.

@@ -23,6 +23,8 @@ class window_driver_class {
   // How many pixels of the box x1..x2, y1..y2 pass test.
   int count(float x1, float y1, float x2, float y2, const std::function<bool(window_rgb)>& test);
   void click(float x, float y);
+  // The chooser's dark path panel above its light list.
+  bool chooser_shown();
   // Waits until a dialog covers the main screen (shown) or has gone again,
   // judged by a point of the sky seen on the main screen at remember_sky.
   void remember_sky();
@@ -37,17 +39,14 @@ class window_driver_class {
   window_rgb sky;
 };
 
-// The origin of a dialog by its window code, as the installer centres it.
-void dialog_origin(int code, float* x, float* y);
-
 // The screen's places the drive needs.
 struct window_spot {
   float x, y;
 };
+// A point of a dialog by its window code, as the installer centres it.
+window_spot dialog_point(int code, float x, float y);
 // START's middle; green when enabled.
 inline constexpr window_spot kStartSpot = {491, 89};
-// DESTINATION's middle; drawn in stages 0 and 2 only.
-inline constexpr window_spot kDestinationSpot = {73, 89};
 inline constexpr window_spot kQuitSpot = {985, 89};
 inline constexpr window_spot kPrefsSpot = {50, 750};
 // The Agree button, relative to the agreement's origin.
