@@ -38,13 +38,11 @@ class ChooserRoad : public ::testing::Test {
        "' && mkdir Airfoils Instructions Output Resources && echo wing > Airfoils/wing.afl && echo me > "
        "'Instructions/Read Me.txt' && echo log > Output/log.txt && head -c 300000 /dev/urandom "
        "> Resources/part.dat && echo '#!/bin/sh' > 'Zephyra Linux'");
-    ASSERT_NE(sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
-                 "' --release 8.60 --out '" + server.www() + "' --mirror 'good.example,/,Good' "
-                 "--platform 'Zephyra Linux=3'; echo status=$?").find("status=0"), std::string::npos);
+    ASSERT_EQ(publish_release(product, "8.60", server.www(),
+                              "--mirror 'good.example,/,Good' --platform 'Zephyra Linux=3'"), "");
     // Nothing remembered, only the way to the mirror; a copy of the program
     // of its own, for a private Log.txt.
-    const std::string port = std::to_string(server.port);
-    prefs = "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + port + "\n_proxy_port_int " + port + "\n";
+    prefs = proxy_prefs(server.port);
     net_test::write_file(home + "/.zephyra/Zephyra Installer.prf", prefs);
     sh("mkdir -p '" + tmp.file("bin") + "' && cp '" ZEPHYRA_BINARY_DIR "/zephyra-installer' '" + bin + "'");
   }

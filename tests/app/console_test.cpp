@@ -42,10 +42,7 @@ class Console : public testing::Test {
     ASSERT_TRUE(server.running()) << server.error;
     sh("cd '" + tmp.path + "' && mkdir -p bin home/.zephyra disk && cp '" ZEPHYRA_BINARY_DIR
        "/zephyra-installer' bin/");
-    const std::string port = std::to_string(server.port);
-    write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"),
-               "I\n8500 version\n_log_actions 1\n_proxy_host 127.0.0.1\n_proxy_port " + port +
-                   "\n_proxy_port_int " + port + "\n");
+    write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"), proxy_prefs(server.port) + "_log_actions 1\n");
   }
 
   std::string www(const std::string& rel = "") const { return server.www() + "/" + rel; }
@@ -69,11 +66,9 @@ class Console : public testing::Test {
 
   void publish(const std::string& name, const std::string& product, const std::string& previous = "",
                const std::string& mirrors = "--mirror 'good.example,/,Good mirror'") {
-    const std::string out = sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
-                               "' --release " + name + " --out '" + www() + "' --platform 'Zephyra Linux=3' " +
-                               mirrors + (previous.empty() ? "" : " --previous '" + previous + "'") +
-                               " 2>&1; echo status=$?");
-    ASSERT_NE(out.find("status=0"), std::string::npos) << out;
+    EXPECT_EQ(publish_release(product, name, www(), "--platform 'Zephyra Linux=3' " + mirrors +
+                                                     (previous.empty() ? "" : " --previous '" + previous + "'")),
+              "");
   }
 
   // An empty folder leaves "-path" with nothing after it.
@@ -309,9 +304,7 @@ TEST_F(HostileMirror, NothingAroundTheFolderIsCreatedReplacedOrDeleted) {
 TEST_F(Console, ARefusingServerIsAskedLessOftenUntilTheWaitRunsOut) {
   EXPECT_EQ(run("", "").first, console_bad_options);  // "-path" with no folder after it
   net_test::script_server refuser;
-  const std::string port = std::to_string(refuser.port);
-  write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"),
-             "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + port + "\n_proxy_port_int " + port + "\n");
+  write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"), proxy_prefs(refuser.port));
   std::atomic<bool> over{false};
   int requests = 0;
   std::thread answers([&] {

@@ -115,3 +115,16 @@ std::string sh(const std::string& cmd) {
 std::string listing(const std::string& root) {
   return sh("cd '" + root + "' && find . ! -type d -exec md5sum {} + | sort");
 }
+
+std::string publish_release(const std::string& product, const std::string& release, const std::string& www,
+                            const std::string& options) {
+  const std::string out = sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
+                             "' --release " + release + " --out '" + www + "' " + options + " 2>&1; echo status=$?");
+  const std::string ok = "status=0\n";
+  return out.size() >= ok.size() && out.compare(out.size() - ok.size(), ok.size(), ok) == 0 ? "" : out;
+}
+
+std::string proxy_prefs(int port) {
+  const std::string p = std::to_string(port);
+  return "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + p + "\n_proxy_port_int " + p + "\n";
+}

@@ -35,6 +35,12 @@ void save_docs_screen_at_next_swap(const std::string& name);
 std::string sh(const std::string& cmd);
 // Files and links below root with their signatures, folders left out.
 std::string listing(const std::string& root);
+// zephyra-publish of product as release into www, with more options
+// (mirrors, platform, previous). "" when it worked, else what it said.
+std::string publish_release(const std::string& product, const std::string& release, const std::string& www,
+                            const std::string& options);
+// A preference file that reaches every server through the proxy at port.
+std::string proxy_prefs(int port);
 
 // Window pixels from the top left, as X gives them, for a point of the screen.
 int window_x(float x);

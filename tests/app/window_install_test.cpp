@@ -45,15 +45,9 @@ class WindowScreens : public ScreenSuite {
       sh("mkdir -p \"$(dirname '" + product + "/" + rel + "')\"");
       net_test::write_file(product + "/" + rel, bytes);
     }
-    const std::string out = sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
-                               "' --release 8.60 --out '" + server.www() +
-                               "' --mirror 'good.example,/,Good mirror' 2>&1; echo status=$?");
-    ASSERT_NE(out.find("status=0"), std::string::npos) << out;
-    const std::string port = std::to_string(server.port);
+    ASSERT_EQ(publish_release(product, "8.60", server.www(), "--mirror 'good.example,/,Good mirror'"), "");
     sh("mkdir -p '" + tmp.file("home/.zephyra") + "' '" + tmp.file("disk") + "' '" + tmp.file("t") + "'");
-    net_test::write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"),
-                         "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + port +
-                             "\n_proxy_port_int " + port + "\n");
+    net_test::write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"), proxy_prefs(server.port));
     setenv("HOME", tmp.file("home").c_str(), 1);
     PUMP_set_time_source(nullptr);
   }
