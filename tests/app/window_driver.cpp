@@ -144,20 +144,22 @@ std::string drive_window_install(window_driver_class& w, double seconds,
   if (!w.wait_until(chooser_passed, seconds)) return "START never turned green";
   reached("START green");
   if (before_start) before_start();
-  w.remember_sky();
+  // The agreement shows with Agree lit green; a file changed by hand then
+  // brings up the question (the back colour beside its light panel, Agree
+  // gone): KEEP THE OLD FILE.
+  const window_spot agree = dialog_point(1, kAgreeSpot.x, kAgreeSpot.y),
+                    lit = dialog_point(1, kAgreeSpot.x + 26, kAgreeSpot.y - 6), q = dialog_point(997, 0, 0);
+  auto agree_lit = [&] {
+    const window_rgb a = w.pixel(lit.x, lit.y);
+    return a.g > a.r + 8 && a.g > a.b + 8;
+  };
   w.click(kStartSpot.x, kStartSpot.y);
-  if (!w.wait_for_dialog(true)) return "no agreement after START";
+  if (!w.wait_until(agree_lit, 10)) return "no agreement with Agree lit after START";
   reached("agreement");
-  const window_spot agree = dialog_point(1, kAgreeSpot.x, kAgreeSpot.y);
   w.click(agree.x, agree.y);
-  // A file changed by hand brings up the question (the back colour beside
-  // its light panel, the agreement gone): KEEP THE OLD FILE.
-  const window_spot q = dialog_point(997, 0, 0), agree_green = dialog_point(1, kAgreeSpot.x + 26, kAgreeSpot.y - 6);
   auto complete = [&] {
-    const window_rgb edge = w.pixel(q.x - 5, q.y + 70), panel = w.pixel(q.x + 350, q.y + 130),
-                     a = w.pixel(agree_green.x, agree_green.y);
-    if (edge.r == 51 && edge.g == 67 && edge.b == 86 && panel.r + panel.g + panel.b > 600 &&
-        !(a.g > a.r + 8 && a.g > a.b + 8)) {
+    const window_rgb edge = w.pixel(q.x - 5, q.y + 70), panel = w.pixel(q.x + 350, q.y + 130);
+    if (edge.r == 51 && edge.g == 67 && edge.b == 86 && panel.r + panel.g + panel.b > 600 && !agree_lit()) {
       w.click(q.x + 96, q.y + 28);
       reached("question");
     }
