@@ -1,6 +1,7 @@
 // A user's whole road through the installer's window, from outside: the real
 // program under its own Xvfb, driven by XTEST, installing from a mirror made
-// by zephyra-publish and served by nginx.
+// by zephyra-publish and served by nginx. Choices made on the preferences
+// screen must reach the preference file written at shutdown.
 #include <gtest/gtest.h>   // before Xlib, which defines None
 
 #include <X11/extensions/XTest.h>
@@ -9,25 +10,17 @@
 #include <sys/wait.h>
 
 #include "../net/net_support.h"
+#include "install/preferences.h"
+#include "install/stage.h"
+#include "screens_support.h"
 #include "toolkit/text.h"
 #include "window_driver.h"
 #include "xvfb.h"
 
 namespace {
 
-std::string sh(const std::string& cmd) {
-  std::string out(1 << 16, 0);
-  FILE* p = popen(cmd.c_str(), "r");
-  out.resize(p ? fread(&out[0], 1, out.size(), p) : 0);
-  if (p) pclose(p);
-  return out;
-}
-std::string listing(const std::string& root) {
-  return sh("cd '" + root + "' && find . ! -type d -exec md5sum {} + | sort");
-}
 bool wait(const std::function<bool()>& seen) { return window_driver_class::wait_until(seen, 30); }
 int sum(window_rgb c) { return c.r + c.g + c.b; }
-bool green(window_rgb c) { return c.g > c.r + 8 && c.g > c.b + 8; }   // the back colour is blue
 
 class ChooserRoad : public ::testing::Test {
  protected:
@@ -36,6 +29,7 @@ class ChooserRoad : public ::testing::Test {
   xvfb_class xvfb;
   std::unique_ptr<window_driver_class> w;
   std::string product = tmp.file("product/Zephyra"), home = tmp.file("home"), bin = tmp.file("bin/zi");
+  std::string prefs;
   pid_t app = -1;
 
   void SetUp() override {
@@ -44,14 +38,12 @@ class ChooserRoad : public ::testing::Test {
        "' && mkdir Airfoils Instructions Output Resources && echo wing > Airfoils/wing.afl && echo me > "
        "'Instructions/Read Me.txt' && echo log > Output/log.txt && head -c 300000 /dev/urandom "
        "> Resources/part.dat && echo '#!/bin/sh' > 'Zephyra Linux'");
-    ASSERT_NE(sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
-                 "' --release 8.60 --out '" + server.www() + "' --mirror 'good.example,/,Good' "
-                 "--platform 'Zephyra Linux=3'; echo status=$?").find("status=0"), std::string::npos);
+    ASSERT_EQ(publish_release(product, "8.60", server.www(),
+                              "--mirror 'good.example,/,Good' --platform 'Zephyra Linux=3'"), "");
     // Nothing remembered, only the way to the mirror; a copy of the program
     // of its own, for a private Log.txt.
-    const std::string port = std::to_string(server.port);
-    net_test::write_file(home + "/.zephyra/Zephyra Installer.prf", "I\n8500 version\n_proxy_host "
-                         "127.0.0.1\n_proxy_port " + port + "\n_proxy_port_int " + port + "\n");
+    prefs = proxy_prefs(server.port);
+    net_test::write_file(home + "/.zephyra/Zephyra Installer.prf", prefs);
     sh("mkdir -p '" + tmp.file("bin") + "' && cp '" ZEPHYRA_BINARY_DIR "/zephyra-installer' '" + bin + "'");
   }
   void TearDown() override {
@@ -73,21 +65,13 @@ class ChooserRoad : public ::testing::Test {
     app = -1;
     return status;
   }
-  // A point of a dialog, by its window code.
-  window_spot in(int code, float x, float y) {
-    float ox, oy;
-    dialog_origin(code, &ox, &oy);
-    return {ox + x, oy + y};
-  }
-  window_rgb pixel(window_spot p) { return w->pixel(p.x, p.y); }
+  window_spot in(int code, float x, float y) { return dialog_point(code, x, y); }
   void click(window_spot p) { w->click(p.x, p.y); }
   // Dark pixels (text, icons) in a box of the chooser.
   int ink(float x1, float y1, float x2, float y2) {
     const window_spot a = in(998, x1, y1), b = in(998, x2, y2);
     return w->count(a.x, a.y, b.x, b.y, [](window_rgb c) { return sum(c) < 250; });
   }
-  // The chooser's dark path panel above its light list.
-  bool chooser_up() { return sum(pixel(in(998, 250, 420))) < 100 && sum(pixel(in(998, 250, 100))) > 600; }
   void type(const char* text) {
     Display* d = XOpenDisplay(nullptr);
     for (; *text; ++text) {
@@ -96,27 +80,14 @@ class ChooserRoad : public ::testing::Test {
     }
     XCloseDisplay(d);
   }
-  // START once green, Agree, KEEP THE OLD FILE when asked, the end in green, Quit.
-  void install(bool asked) {
-    const window_spot agree = in(1, kAgreeSpot.x + 26, kAgreeSpot.y - 6);
-    ASSERT_TRUE(wait([&] { return green(w->pixel(kStartSpot.x + 35, kStartSpot.y)); }));
-    w->click(kStartSpot.x, kStartSpot.y);
-    ASSERT_TRUE(wait([&] { return green(pixel(agree)); })) << "no agreement";
-    click(in(1, kAgreeSpot.x, kAgreeSpot.y));
-    // The question: the back colour beside its light panel, Agree gone.
-    if (asked) {
-      ASSERT_TRUE(wait([&] {
-        return sum(pixel(in(997, -5, 70))) == 51 + 67 + 86 && sum(pixel(in(997, 350, 130))) > 600 &&
-               !green(pixel(agree));
-      })) << "no question";
-      click(in(997, 96, 28));
-    }
-    ASSERT_TRUE(wait([&] {
-      return w->count(kMessageLow.x, kMessageLow.y, kMessageHigh.x, kMessageHigh.y,
-                      [](window_rgb c) { return c.g > c.r + 40 && c.g > c.b + 40; }) > 20;
-    })) << "never complete";
-    w->click(kQuitSpot.x, kQuitSpot.y);
+  // The window driver's install; true when the question was asked on the way.
+  bool install(const std::function<void()>& before_start = nullptr) {
+    bool asked = false;
+    EXPECT_EQ(drive_window_install(*w, 120, before_start,
+                                   [&](const char* step) { asked |= std::string(step) == "question"; }),
+              "");
     EXPECT_EQ(ended(), 0);
+    return asked;
   }
 };
 
@@ -124,7 +95,7 @@ TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
   // Nothing remembered: the chooser at once, in home/Zephyra/, which doesn't
   // exist yet. Each step waits for what it shows, as a person would look.
   start();
-  ASSERT_TRUE(wait([&] { return chooser_up(); }));
+  ASSERT_TRUE(wait([&] { return w->chooser_shown(); }));
   auto row0 = [&] { return ink(30, 262, 200, 278); };
   ASSERT_EQ(row0(), 0);
   click(in(998, 170.5f, 440));   // the path's parts
@@ -138,12 +109,33 @@ TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
   click(in(998, 100, 250));   // the second row, sims/: entered, nothing in it
   ASSERT_TRUE(wait([&] { return row0() == 0; }));
   click(in(998, 115, 28));   // Select
-  ASSERT_TRUE(wait([&] { return !chooser_up(); }));
-  install(false);
-  // A new folder in the chosen one, named after the release, remembered.
+  ASSERT_TRUE(wait([&] { return !w->chooser_shown(); }));
+  // On the preferences screen: full speed on, streams set by hand (1),
+  // logging on; then the close corner.
+  EXPECT_FALSE(install([&] {
+    w->remember_sky();
+    w->click(kPrefsSpot.x, kPrefsSpot.y);
+    ASSERT_TRUE(w->wait_for_dialog(true));
+    for (float y : {265, 150, 110}) click(in(2, 30, y + 4));
+    click(in(2, 16, 370));
+    ASSERT_TRUE(w->wait_for_dialog(false));
+  }));
+  // A new folder in the chosen one, named after the release, remembered with
+  // the choices: the same bytes as the preference code writes them.
   EXPECT_EQ(listing(home + "/sims/8.60"), listing(product));
-  EXPECT_NE(net_test::read_file(home + "/.zephyra/Zephyra Installer.prf").find(home + "/sims/8.60/"),
-            std::string::npos);
+  const std::string expect = tmp.file("expect"), old_home = getenv("HOME") ? getenv("HOME") : "";
+  sh("mkdir -p '" + expect + "/.zephyra'");
+  net_test::write_file(expect + "/.zephyra/Zephyra Installer.prf", prefs);
+  setenv("HOME", expect.c_str(), 1);
+  set_run_defaults();
+  pref.IO_set(pref_set_installer, 0);
+  stg.use_max_cpu = 1, stg.stream_count = 1, stg.log_actions = 1;
+  dest_dir_path = home + "/sims/8.60/";
+  pref.IO_set(pref_set_installer, 1);
+  setenv("HOME", old_home.c_str(), 1);
+  set_run_defaults();
+  EXPECT_EQ(net_test::read_file(home + "/.zephyra/Zephyra Installer.prf"),
+            net_test::read_file(expect + "/.zephyra/Zephyra Installer.prf"));
 
   // The second start: no chooser, and the first status line says up to date.
   start();
@@ -156,7 +148,7 @@ TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
     return right;
   };
   EXPECT_TRUE(wait([&] { return std::abs(line_end() - g.back().x) < 12; })) << line_end();
-  EXPECT_FALSE(chooser_up());
+  EXPECT_FALSE(w->chooser_shown());
   w->click(kQuitSpot.x, kQuitSpot.y);
   ASSERT_EQ(ended(), 0);
 
@@ -164,7 +156,7 @@ TEST_F(ChooserRoad, AFirstStartChoosesTheFolderThenUpdatesKeepTheUsersFile) {
   const std::string wing = home + "/sims/8.60/Airfoils/wing.afl";
   net_test::write_file(wing, "my own wing\n");
   start();
-  install(true);
+  EXPECT_TRUE(install());
   EXPECT_EQ(net_test::read_file(wing), "my own wing\n");
 }
 

@@ -14,25 +14,16 @@
 
 #include "../net/net_support.h"
 #include "app/console.h"
+#include "screens_support.h"
 
 using net_test::read_file;
 using net_test::write_file;
 
 namespace {
 
-std::string sh(const std::string& cmd) {
-  std::string out;
-  FILE* p = popen(cmd.c_str(), "r");
-  char buf[4096];
-  size_t n;
-  while (p && (n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
-  if (p) pclose(p);
-  return out;
-}
-
 // Every entry below root but folders, one line each: a link by its target
 // (its own time is whenever it was made), a file by mode, time and content.
-std::set<std::string> listing(const std::string& root) {
+std::set<std::string> entries(const std::string& root) {
   const std::string out = sh("cd '" + root + "' && find . -mindepth 1 ! -type d -exec sh -c 'for f; do "
                              "if [ -L \"$f\" ]; then echo \"$f -> $(readlink \"$f\")\"; "
                              "else echo \"$f $(stat -c %a.%Y \"$f\") $(md5sum < \"$f\")\"; fi; done' _ {} +");
@@ -51,10 +42,7 @@ class Console : public testing::Test {
     ASSERT_TRUE(server.running()) << server.error;
     sh("cd '" + tmp.path + "' && mkdir -p bin home/.zephyra disk && cp '" ZEPHYRA_BINARY_DIR
        "/zephyra-installer' bin/");
-    const std::string port = std::to_string(server.port);
-    write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"),
-               "I\n8500 version\n_log_actions 1\n_proxy_host 127.0.0.1\n_proxy_port " + port +
-                   "\n_proxy_port_int " + port + "\n");
+    write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"), proxy_prefs(server.port) + "_log_actions 1\n");
   }
 
   std::string www(const std::string& rel = "") const { return server.www() + "/" + rel; }
@@ -78,11 +66,9 @@ class Console : public testing::Test {
 
   void publish(const std::string& name, const std::string& product, const std::string& previous = "",
                const std::string& mirrors = "--mirror 'good.example,/,Good mirror'") {
-    const std::string out = sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
-                               "' --release " + name + " --out '" + www() + "' --platform 'Zephyra Linux=3' " +
-                               mirrors + (previous.empty() ? "" : " --previous '" + previous + "'") +
-                               " 2>&1; echo status=$?");
-    ASSERT_NE(out.find("status=0"), std::string::npos) << out;
+    EXPECT_EQ(publish_release(product, name, www(), "--platform 'Zephyra Linux=3' " + mirrors +
+                                                     (previous.empty() ? "" : " --previous '" + previous + "'")),
+              "");
   }
 
   // An empty folder leaves "-path" with nothing after it.
@@ -170,7 +156,7 @@ TEST_F(Console, AFreshInstallAndItsUpdateFetchOnlyWhatIsNeeded) {
   const std::string product = make_product("8.61", files);
   publish("8.61", product, www("partial/8.60/directory.txt.zip"));
 
-  const std::set<std::string> before = listing(golden);
+  const std::set<std::string> before = entries(golden);
   const auto [status, out] = run(golden + "/", "--verify");
   EXPECT_EQ(status, console_done) << out;
   for (const std::string& line : {"fetch   " + golden + "/Resources/fonts/fontmap.txt",
@@ -179,7 +165,7 @@ TEST_F(Console, AFreshInstallAndItsUpdateFetchOnlyWhatIsNeeded) {
                                  "ask     " + golden + "/Keep/edited.txt (changed by hand, withdrawn)",
                                  std::string("3 files to fetch")})
     EXPECT_NE(out.find(line), std::string::npos) << line << "\n" << out;
-  EXPECT_EQ(listing(golden), before);
+  EXPECT_EQ(entries(golden), before);
 
   // The path of each entry is its line's start.
   auto entry = [](const std::set<std::string>& lines, const std::string& path) {
@@ -203,7 +189,7 @@ TEST_F(Console, AFreshInstallAndItsUpdateFetchOnlyWhatIsNeeded) {
     if (answer == "cancel") {
       EXPECT_EQ(status, console_cancelled) << out;
       EXPECT_EQ(expanded, 0);
-      EXPECT_EQ(listing(copy + "/8.60"), before);
+      EXPECT_EQ(entries(copy + "/8.60"), before);
       continue;
     }
     EXPECT_EQ(status, console_done) << out;
@@ -211,13 +197,13 @@ TEST_F(Console, AFreshInstallAndItsUpdateFetchOnlyWhatIsNeeded) {
     // go, and nothing else is fetched; the user's own file stays.
     const bool keep = answer == "keep";
     EXPECT_EQ(expanded, keep ? 3 : 4);
-    std::set<std::string> want = listing(product);
+    std::set<std::string> want = entries(product);
     want.insert(entry(before, "Keep/mine.txt"));
     if (keep) {
       want.erase(entry(want, "Airfoils/edited.afl"));
       want.insert({entry(before, "Airfoils/edited.afl"), entry(before, "Keep/edited.txt")});
     }
-    EXPECT_EQ(listing(copy + "/8.61"), want);
+    EXPECT_EQ(entries(copy + "/8.61"), want);
     EXPECT_FALSE(net_test::exists(copy + "/8.61/Old"));
   }
 }
@@ -249,7 +235,7 @@ TEST_F(Console, ARunKilledWhileWritingAFileIsFinishedByTheNext) {
   EXPECT_EQ(status, console_done) << out;
   // The name comes with the program file; when the killed run had installed
   // it already, the next has no reason to rename.
-  EXPECT_EQ(listing(net_test::exists(disk("8.60")) ? disk("8.60") : disk("Zephyra")), listing(product));
+  EXPECT_EQ(entries(net_test::exists(disk("8.60")) ? disk("8.60") : disk("Zephyra")), entries(product));
 }
 
 // Hand-written lists and archives, as anyone on the way could serve them.
@@ -318,9 +304,7 @@ TEST_F(HostileMirror, NothingAroundTheFolderIsCreatedReplacedOrDeleted) {
 TEST_F(Console, ARefusingServerIsAskedLessOftenUntilTheWaitRunsOut) {
   EXPECT_EQ(run("", "").first, console_bad_options);  // "-path" with no folder after it
   net_test::script_server refuser;
-  const std::string port = std::to_string(refuser.port);
-  write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"),
-             "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + port + "\n_proxy_port_int " + port + "\n");
+  write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"), proxy_prefs(refuser.port));
   std::atomic<bool> over{false};
   int requests = 0;
   std::thread answers([&] {

@@ -3,8 +3,11 @@
 // The runs save the documentation's pictures on the way.
 #include <X11/keysym.h>
 
+#include <sys/stat.h>
+
 #include <csignal>
 #include <deque>
+#include <fstream>
 #include <functional>
 
 #include "app/modal_screens.h"
@@ -19,6 +22,7 @@
 #include "shell/pump.h"
 #include "shell/window.h"
 #include "support.h"
+#include "toolkit/chooser.h"
 
 namespace {
 
@@ -168,6 +172,22 @@ TEST_F(ModalScreen, ScanPanelScreenshot) {
   save_docs_screen_at_next_swap("scan_panel");
   dir_progress_bar(0, 1234, 5000, 1, "Scanning directory text file to see if you already have Zephyra installed...",
                    "/home/pilot/Zephyra/Aircraft/Cirrovan/Cirrovan.acf");
+}
+
+TEST_F(ModalScreen, ChooserScreenshot) {
+  const std::string top = make_temp_dir(), root = top + "home/pilot/";
+  sh("mkdir -p '" + root + "'");
+  for (const char* d : {"Airfoils", "Instructions", "Output", "Resources", "Zephyra 8.50"})
+    mkdir((root + d).c_str(), 0755);
+  for (const char* f : {"Read Me.txt", "flight plan.fms", "notes.txt"}) std::ofstream(root + f) << "x";
+  then([] {});   // the chooser empties the field as it opens
+  then([] { stl_input = "My Zephyra"; });
+  then([] {});
+  shot("chooser");
+  click(45, 28);   // Cancel
+  char result[2048];
+  EXPECT_EQ(0, GetFilePathFromUser(2, "", "", 1, root.c_str(), result));
+  remove_tree(top);
 }
 
 }  // namespace

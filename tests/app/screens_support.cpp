@@ -63,6 +63,9 @@ void ScreenSuite::SetUpTestSuite() {
 
 void ScreenSuite::TearDownTestSuite() {
   PUMP_set_time_source(nullptr);
+  // Leave no current context behind: a later suite would take it as live and
+  // look up textures in the emptied manager.
+  glXMakeCurrent(dpy, None, nullptr);
   tman = tman_class();
   delete server;
   server = nullptr;
@@ -96,15 +99,6 @@ std::string save_docs_screen(const std::string& name) {
 
 void save_docs_screen_at_next_swap(const std::string& name) { pending_shot = name; }
 
-std::vector<unsigned char> read_back_buffer() {
-  std::vector<unsigned char> rgb(1024 * 768 * 3);
-  glFinish();
-  glReadBuffer(GL_BACK);
-  glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  glReadPixels(0, 0, 1024, 768, GL_RGB, GL_UNSIGNED_BYTE, rgb.data());
-  return rgb;
-}
-
 int window_x(float x) { return static_cast<int>(x); }
 int window_y(float y) { return static_cast<int>(768 - y); }
 
@@ -120,4 +114,17 @@ std::string sh(const std::string& cmd) {
 
 std::string listing(const std::string& root) {
   return sh("cd '" + root + "' && find . ! -type d -exec md5sum {} + | sort");
+}
+
+std::string publish_release(const std::string& product, const std::string& release, const std::string& www,
+                            const std::string& options) {
+  const std::string out = sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
+                             "' --release " + release + " --out '" + www + "' " + options + " 2>&1; echo status=$?");
+  const std::string ok = "status=0\n";
+  return out.size() >= ok.size() && out.compare(out.size() - ok.size(), ok.size(), ok) == 0 ? "" : out;
+}
+
+std::string proxy_prefs(int port) {
+  const std::string p = std::to_string(port);
+  return "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + p + "\n_proxy_port_int " + p + "\n";
 }

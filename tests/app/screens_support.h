@@ -31,13 +31,16 @@ std::string save_docs_screen(const std::string& name);
 // saves the back buffer under name, as save_docs_screen does.
 void save_docs_screen_at_next_swap(const std::string& name);
 
-// The window's pixels, bottom row first, 3 bytes each (1024 by 768).
-std::vector<unsigned char> read_back_buffer();
-
 // The output of a shell command.
 std::string sh(const std::string& cmd);
 // Files and links below root with their signatures, folders left out.
 std::string listing(const std::string& root);
+// zephyra-publish of product as release into www, with more options
+// (mirrors, platform, previous). "" when it worked, else what it said.
+std::string publish_release(const std::string& product, const std::string& release, const std::string& www,
+                            const std::string& options);
+// A preference file that reaches every server through the proxy at port.
+std::string proxy_prefs(int port);
 
 // Window pixels from the top left, as X gives them, for a point of the screen.
 int window_x(float x);

@@ -88,6 +88,12 @@ void window_driver_class::click(float x, float y) {
   std::this_thread::sleep_for(std::chrono::milliseconds(120));
 }
 
+bool window_driver_class::chooser_shown() {
+  const window_spot a = dialog_point(998, 250, 420), b = dialog_point(998, 250, 100);
+  const window_rgb path = pixel(a.x, a.y), list = pixel(b.x, b.y);
+  return path.r + path.g + path.b < 100 && list.r + list.g + list.b > 600;
+}
+
 void window_driver_class::remember_sky() { sky = pixel(kSkySpot.x, kSkySpot.y); }
 
 bool window_driver_class::wait_for_dialog(bool shown, double seconds) {
@@ -108,10 +114,12 @@ bool window_driver_class::wait_until(const std::function<bool()>& test, double s
   return true;
 }
 
-void dialog_origin(int code, float* x, float* y) {
+window_spot dialog_point(int code, float x, float y) {
   const wind_code_row* row = MACIBM_wind_row(code);
   mnw.x_res = 1024, mnw.y_res = 768, mnw.pix_scale = 1;
-  MACIBM_centre(row ? row->width : 1024, row ? row->height : 768, x, y);
+  float ox, oy;
+  MACIBM_centre(row ? row->width : 1024, row ? row->height : 768, &ox, &oy);
+  return {ox + x, oy + y};
 }
 
 std::string drive_window_install(window_driver_class& w, double seconds,
@@ -128,24 +136,33 @@ std::string drive_window_install(window_driver_class& w, double seconds,
   };
   // A folder with no copy of the product yet brings up the chooser first
   // (its dark path panel over its light list): Select keeps that folder.
-  float cx, cy;
-  dialog_origin(998, &cx, &cy);
+  const window_spot select = dialog_point(998, 115, 28);
   auto chooser_passed = [&] {
-    const window_rgb path = w.pixel(cx + 250, cy + 420), list = w.pixel(cx + 250, cy + 100);
-    if (path.r + path.g + path.b < 100 && list.r + list.g + list.b > 600) w.click(cx + 115, cy + 28);
+    if (w.chooser_shown()) w.click(select.x, select.y);
     return start_green();
   };
   if (!w.wait_until(chooser_passed, seconds)) return "START never turned green";
   reached("START green");
   if (before_start) before_start();
-  w.remember_sky();
+  // The agreement shows with Agree lit green; a file changed by hand then
+  // brings up the question (the back colour beside its light panel, Agree
+  // gone): KEEP THE OLD FILE.
+  const window_spot agree = dialog_point(1, kAgreeSpot.x, kAgreeSpot.y),
+                    lit = dialog_point(1, kAgreeSpot.x + 26, kAgreeSpot.y - 6), q = dialog_point(997, 0, 0);
+  auto agree_lit = [&] {
+    const window_rgb a = w.pixel(lit.x, lit.y);
+    return a.g > a.r + 8 && a.g > a.b + 8;
+  };
   w.click(kStartSpot.x, kStartSpot.y);
-  if (!w.wait_for_dialog(true)) return "no agreement after START";
+  if (!w.wait_until(agree_lit, 10)) return "no agreement with Agree lit after START";
   reached("agreement");
-  float ox, oy;
-  dialog_origin(1, &ox, &oy);
-  w.click(ox + kAgreeSpot.x, oy + kAgreeSpot.y);
+  w.click(agree.x, agree.y);
   auto complete = [&] {
+    const window_rgb edge = w.pixel(q.x - 5, q.y + 70), panel = w.pixel(q.x + 350, q.y + 130);
+    if (edge.r == 51 && edge.g == 67 && edge.b == 86 && panel.r + panel.g + panel.b > 600 && !agree_lit()) {
+      w.click(q.x + 96, q.y + 28);
+      reached("question");
+    }
     return w.count(kMessageLow.x, kMessageLow.y, kMessageHigh.x, kMessageHigh.y,
                    [](window_rgb c) { return c.g > c.r + 40 && c.g > c.b + 40; }) > 20;
   };

@@ -23,6 +23,8 @@ class window_driver_class {
   // How many pixels of the box x1..x2, y1..y2 pass test.
   int count(float x1, float y1, float x2, float y2, const std::function<bool(window_rgb)>& test);
   void click(float x, float y);
+  // The chooser's dark path panel above its light list.
+  bool chooser_shown();
   // Waits until a dialog covers the main screen (shown) or has gone again,
   // judged by a point of the sky seen on the main screen at remember_sky.
   void remember_sky();
@@ -37,17 +39,14 @@ class window_driver_class {
   window_rgb sky;
 };
 
-// The origin of a dialog by its window code, as the installer centres it.
-void dialog_origin(int code, float* x, float* y);
-
 // The screen's places the drive needs.
 struct window_spot {
   float x, y;
 };
+// A point of a dialog by its window code, as the installer centres it.
+window_spot dialog_point(int code, float x, float y);
 // START's middle; green when enabled.
 inline constexpr window_spot kStartSpot = {491, 89};
-// DESTINATION's middle; drawn in stages 0 and 2 only.
-inline constexpr window_spot kDestinationSpot = {73, 89};
 inline constexpr window_spot kQuitSpot = {985, 89};
 inline constexpr window_spot kPrefsSpot = {50, 750};
 // The Agree button, relative to the agreement's origin.
@@ -57,8 +56,9 @@ inline constexpr window_spot kMessageLow = {154, 612}, kMessageHigh = {300, 624}
 // A point of the sky beside the dialogs, which darken it to the back colour.
 inline constexpr window_spot kSkySpot = {900, 400};
 
-// What a person does for a fresh install: waits for START to turn green,
-// presses it, agrees, waits for "INSTALLATION COMPLETE!" in green, and quits.
+// What a person does for an install: waits for START to turn green (Select
+// on the chooser), presses it, agrees, keeps a file changed by hand when
+// asked, waits for "INSTALLATION COMPLETE!" in green, and quits.
 // before_start runs first, on the ready screen. Returns "" or what went wrong.
 // step, when given, hears the name of each stage reached.
 std::string drive_window_install(window_driver_class& w, double seconds,

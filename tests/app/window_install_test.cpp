@@ -45,15 +45,9 @@ class WindowScreens : public ScreenSuite {
       sh("mkdir -p \"$(dirname '" + product + "/" + rel + "')\"");
       net_test::write_file(product + "/" + rel, bytes);
     }
-    const std::string out = sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
-                               "' --release 8.60 --out '" + server.www() +
-                               "' --mirror 'good.example,/,Good mirror' 2>&1; echo status=$?");
-    ASSERT_NE(out.find("status=0"), std::string::npos) << out;
-    const std::string port = std::to_string(server.port);
+    ASSERT_EQ(publish_release(product, "8.60", server.www(), "--mirror 'good.example,/,Good mirror'"), "");
     sh("mkdir -p '" + tmp.file("home/.zephyra") + "' '" + tmp.file("disk") + "' '" + tmp.file("t") + "'");
-    net_test::write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"),
-                         "I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port " + port +
-                             "\n_proxy_port_int " + port + "\n");
+    net_test::write_file(tmp.file("home/.zephyra/Zephyra Installer.prf"), proxy_prefs(server.port));
     setenv("HOME", tmp.file("home").c_str(), 1);
     PUMP_set_time_source(nullptr);
   }
@@ -90,7 +84,8 @@ class WindowScreens : public ScreenSuite {
   }
 };
 
-TEST_F(WindowScreens, ScreenshotsOfAnInstallFromNginx) {
+// A fresh install, then an update whose archive is broken, which fails.
+TEST_F(WindowScreens, ScreenshotsOfAnInstallFromNginxAndOfAFailedUpdate) {
   std::map<std::string, int> saved;
   auto once = [&](const char* name) {
     if (saved[name]++ == 0) {
@@ -98,16 +93,17 @@ TEST_F(WindowScreens, ScreenshotsOfAnInstallFromNginx) {
     }
   };
   int frames = 0;
+  bool started = false;
   auto shot = [&] {
-    if (++frames == 5) {
+    if (++frames == 5 && saved["main_complete"] == 0) {
       EXPECT_EQ(stg.server_count, -1);
       once("main_waiting");
-      http._proxy_port_int = server.port;
     }
-    if (stg.stage == 0 && stg.dir_state == 3 && saved["main_ready"] == 0) {
+    if (frames >= 5) http._proxy_port_int = server.port;
+    if (stg.stage == 0 && stg.dir_state == 3 && !started) {
       EXPECT_TRUE(main_screen_last.start_enabled);
       once("main_ready");
-      // START on the next frame.
+      started = true;   // START on the next frame
       PUMP_post_motion(window_x(490), window_y(89));
       PUMP_post_button(1);
       PUMP_post_button(0);
@@ -121,20 +117,10 @@ TEST_F(WindowScreens, ScreenshotsOfAnInstallFromNginx) {
     EXPECT_GT(saved[name], 0) << name;
   EXPECT_EQ(main_screen_last.message.text, "INSTALLATION COMPLETE!");
   EXPECT_EQ(listing(tmp.file("disk/Zephyra")), listing(product));
-}
 
-TEST_F(WindowScreens, ScreenshotOfAFailedInstall) {
   net_test::write_file(server.www() + "/8.60/Zephyra/Airfoils/wing.afl.zip", "PK\x03\x04 not a zip at all");
-  bool shown = false;
-  auto shot = [&] {
-    http._proxy_port_int = server.port;
-    if (stg.stage == 0 && stg.dir_state == 3 && !shown) {
-      shown = true;
-      PUMP_post_motion(window_x(490), window_y(89));
-      PUMP_post_button(1);
-      PUMP_post_button(0);
-    }
-  };
+  unlink(tmp.file("disk/Zephyra/Airfoils/wing.afl").c_str());
+  frames = 0, started = false;
   ASSERT_TRUE(install(shot, [] { return stg.stage == 2; }));
   main_screen_update();  // the frame after the end shows the red lines
   EXPECT_EQ(main_screen_last.lines.line[0].colour, 68);
