@@ -296,9 +296,11 @@ int http_class::net_check(int stream, std::string server, std::string path,
 
   down_class*& slot = down_objects[stream];
   const std::string server_key = server;  // as the callers name it, on every call
+  // A server still resting after a failure fails at once, with no request
+  // sent: the caller moves on to another mirror instead of waiting for it.
   if (!slot && retry_wait_max > 0) {
     auto r = retry_table.find(server_key);
-    if (r != retry_table.end() && now_seconds() < r->second.not_before) return 0;
+    if (r != retry_table.end() && now_seconds() < r->second.not_before) return 2;
   }
   if (!slot) {
     if (!server.empty() && is_dir_char(server.back()))

@@ -76,8 +76,8 @@ class http_class {
   int _proxy_port_int = 0;      // 0: no proxy
   down_class* down_objects[6] = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
   // Seconds at most between two requests to a server that keeps failing;
-  // the wait starts at 1 s and doubles. 0 asks again at once, as the window
-  // does; the console sets it.
+  // the wait starts at 1 s and doubles, and a call meanwhile fails at once.
+  // 0 asks again at once, as the window does; the console sets it.
   float retry_wait_max = 0;
 
   // 0 under way, 1 complete with the file on disk, 2 failed; the slot is
