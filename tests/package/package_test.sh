@@ -84,33 +84,11 @@ chmod 755 "$product/Zephyra Linux"
   --mirror "mirror1.zephyra.example,/,Test mirror" --platform "Zephyra Linux=3" >/dev/null ||
   fail "publishing with the installed publisher"
 
-run="$tmp/nginx"
-mkdir -p "$run"
-for attempt in 1 2 3 4 5; do
-  port=$((20000 + RANDOM % 20000))
-  (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && continue
-  {
-    echo "daemon off; master_process off; worker_processes 1; pid $run/nginx.pid;"
-    [ "$(id -u)" -eq 0 ] && echo "user root;"
-    echo "events { worker_connections 64; }"
-    echo "http { access_log off;"
-    for t in client_body proxy fastcgi uwsgi scgi; do echo "  ${t}_temp_path $run/$t;"; done
-    for host in www.vantrell.example mirror1.zephyra.example; do
-      echo "  server { listen 127.0.0.1:$port; server_name $host; root $mirror; }"
-    done
-    echo "}"
-  } >"$run/nginx.conf"
-  /usr/sbin/nginx -p "$run/" -c "$run/nginx.conf" -e "$run/error.log" &
-  nginx_pid=$!
-  for i in $(seq 1 100); do
-    (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break
-    kill -0 "$nginx_pid" 2>/dev/null || break
-    sleep 0.05
-  done
-  (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break
-  kill "$nginx_pid" 2>/dev/null; wait "$nginx_pid" 2>/dev/null; nginx_pid=""
-done
-[ -n "$nginx_pid" ] || fail "nginx did not start"
+# shellcheck source=../../tools/demo/nginx.sh
+. "$src/tools/demo/nginx.sh"
+start_mirror_nginx "$tmp/nginx" "$mirror" www.vantrell.example mirror1.zephyra.example ||
+  fail "nginx did not start"
+port=$nginx_port
 
 # A user who can't write the program's folder, as with a real /usr/local/bin:
 # root is made nobody; anyone else loses write access to the folder.

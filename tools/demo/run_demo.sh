@@ -52,34 +52,13 @@ ln -s "Read Me.txt" "$product/Instructions/readme"
 
 # nginx on a free loopback port, one virtual host per name, all from the mirror.
 mkdir -p "$run"
-pid=""
-stop_nginx() { if [ -n "$pid" ]; then kill "$pid" 2>/dev/null || true; wait "$pid" 2>/dev/null || true; fi; }
-trap stop_nginx EXIT INT TERM
-for attempt in 1 2 3 4 5; do
-  port=$((20000 + RANDOM % 20000))
-  (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && continue
-  {
-    echo "daemon off; master_process off; worker_processes 1; pid $run/nginx.pid;"
-    [ "$(id -u)" -eq 0 ] && echo "user root;"
-    echo "events { worker_connections 64; }"
-    echo "http { access_log off;"
-    for t in client_body proxy fastcgi uwsgi scgi; do echo "  ${t}_temp_path $run/$t;"; done
-    for host in www.vantrell.example mirror1.zephyra.example mirror2.zephyra.example; do
-      echo "  server { listen 127.0.0.1:$port; server_name $host; root $mirror; }"
-    done
-    echo "}"
-  } > "$run/nginx.conf"
-  /usr/sbin/nginx -p "$run/" -c "$run/nginx.conf" -e "$run/error.log" &
-  pid=$!
-  for i in $(seq 1 100); do
-    (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break
-    kill -0 "$pid" 2>/dev/null || break
-    sleep 0.05
-  done
-  (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break
-  stop_nginx; pid=""
-done
-[ -n "$pid" ] || { echo "run_demo: nginx did not start" >&2; cat "$run/error.log" >&2 || true; exit 1; }
+. "$(dirname "$0")/nginx.sh"
+trap stop_mirror_nginx EXIT INT TERM
+if ! start_mirror_nginx "$run" "$mirror" www.vantrell.example mirror1.zephyra.example \
+    mirror2.zephyra.example; then
+  echo "run_demo: nginx did not start" >&2; cat "$run/error.log" >&2 || true; exit 1
+fi
+port=$nginx_port
 
 mkdir -p "$home/.zephyra" "$install"
 printf 'I\n8500 version\n_proxy_host 127.0.0.1\n_proxy_port %s\n_proxy_port_int %s\n' "$port" "$port" \
