@@ -80,7 +80,10 @@ class Console : public testing::Test {
   std::pair<int, std::string> run(const std::string& folder, const std::string& options,
                                   const std::string& typed = "") {
     // A run that hangs ends as status 124 instead of holding up the suite.
-    const std::string run = "timeout 120 " + command(folder, options);
+    // On the terminal, timeout must leave the run in the foreground group,
+    // or its first read stops it whenever script's shell doesn't exec.
+    const std::string run = std::string(typed.empty() ? "timeout 120 " : "timeout --foreground 120 ") +
+                            command(folder, options);
     const std::string cmd = typed.empty() ? run + " </dev/null 2>&1"
                                           : "printf '" + typed + "' | script -qec \"" + run + "\" /dev/null";
     const std::string out = sh(cmd + "; echo \"status=$?\"");
