@@ -5,8 +5,6 @@
 #include <cstring>
 #include <tuple>
 
-#include "install/person.h"
-#include "install/stage.h"
 #include "install_fixture.h"
 
 namespace {
@@ -21,11 +19,7 @@ TEST(TrimDestFolder, RemovesTheFirstElementOnly) {
   }
 }
 
-class Destination : public ::testing::Test {
- protected:
-  scratch_dir tmp;
-  void SetUp() override { set_run_defaults(), person_hooks = person_hooks_t{}; }
-  void TearDown() override { person_hooks = person_hooks_t{}; }
+struct Destination : install_case {
   // The judged folder below tmp, and whether it was taken for the product.
   std::string judge(const std::string& path) {
     dest_dir_path = path;

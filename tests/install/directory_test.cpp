@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "files/alert.h"
-#include "install/person.h"
-#include "install/stage.h"
 #include "install_fixture.h"
 
 namespace {
@@ -15,16 +12,7 @@ std::string header(int version = 840, const std::string& eol = "\n") {
   return "I" + eol + std::to_string(version) + " test list" + eol + "INSTALLER" + eol;
 }
 
-class DirectoryList : public ::testing::Test {
- protected:
-  scratch_dir tmp;
-  void SetUp() override {
-    set_run_defaults();
-    app_done = this_install_has_exes = 0;
-    dest_dir_path = tmp.mkdirs("dest/");
-    person_hooks = person_hooks_t{};
-  }
-  void TearDown() override { sim_info.clear(), app_done = 0; }
+struct DirectoryList : install_case {
   int read(const std::string& text) { return read_directory(tmp.put("list.txt", text), "Scan"); }
   std::string sig_of(const std::string& rel, const std::string& bytes) {
     return md5sum_of(tmp.put("dest/" + rel, bytes));

@@ -4,29 +4,22 @@
 
 #include <vector>
 
-#include "files/alert.h"
 #include "files/paths.h"
-#include "install/directory.h"
-#include "install/stage.h"
 #include "install_fixture.h"
 
 namespace {
 
 std::vector<std::vector<std::string>> alerts;  // four lines, level, place
 
-class Folders : public ::testing::Test {
- protected:
-  scratch_dir tmp;
+struct Folders : install_case {
   void SetUp() override {
-    set_run_defaults();  // download_os 3
+    install_case::SetUp();  // download_os 3
     alerts.clear();
-    sim_info.clear();
     alert_hooks.show_screen = [](int, const std::string l[4], int level, const std::string& at) {
       alerts.push_back({l[0], l[1], l[2], l[3], std::to_string(level), at});
     };
     ogl_inited = 1;
   }
-  void TearDown() override { alert_hooks = alert_hooks_t{}, ogl_inited = 0, sim_info.clear(); }
   // One entry of rows with the given signatures, the last one current.
   void entry(const std::string& path, std::vector<std::string> sigs = {"s"}, int os = 0) {
     sim_info.emplace_back();

@@ -9,6 +9,15 @@
 #include <sstream>
 #include <string>
 
+#include <gtest/gtest.h>
+
+#include "files/alert.h"
+#include "install/directory.h"
+#include "install/person.h"
+#include "install/stage.h"
+#include "install/streams.h"
+#include "net/clock.h"
+
 struct scratch_dir {
   std::string path;  // with a final "/"
   scratch_dir() {
@@ -33,6 +42,28 @@ struct scratch_dir {
   bool exists(const std::string& rel) const {
     struct stat st;
     return stat((path + rel).c_str(), &st) == 0;
+  }
+};
+
+// The engine lives in globals: every case starts from the run's defaults
+// with an empty destination and leaves nothing behind for the next.
+struct install_case : testing::Test {
+  scratch_dir tmp;
+  void SetUp() override {
+    reset();
+    dest_dir_path = tmp.mkdirs("dest/");
+    temp_path = tmp.mkdirs("temp/");
+  }
+  void TearDown() override { reset(); }
+  static void reset() {
+    set_run_defaults();
+    sim_info.clear();
+    deleted_files.clear();
+    next = next_class{};
+    person_hooks = person_hooks_t{};
+    alert_hooks = alert_hooks_t{};
+    app_done = ogl_inited = this_install_has_exes = scan_threads = 0;
+    xtim.real_time = 0;
   }
 };
 

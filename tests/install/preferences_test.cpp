@@ -3,23 +3,17 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "../files/temp_log.h"
 #include "files/mnw.h"
 #include "install/preferences.h"
-#include "install/stage.h"
 #include "install_fixture.h"
 #include "net/http.h"
 
 namespace {
 
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-// HOME points into a scratch folder for the length of a test; the run's
-// values start from their defaults.
-struct PrefsTest : ::testing::Test {
-  scratch_dir home;
+// HOME points into a scratch folder for the length of a test.
+struct PrefsTest : install_case {
+  scratch_dir& home = tmp;
   const std::string saved_home = getenv("HOME") ? getenv("HOME") : "/root";
   const std::string file = home.path + ".zephyra/Zephyra Installer.prf";
 
@@ -32,8 +26,8 @@ struct PrefsTest : ::testing::Test {
     defaults();
   }
   static void defaults() {
-    set_run_defaults();
-    stg.log_actions = http._proxy_port_int = 0;
+    reset();
+    http._proxy_port_int = 0;
     dest_dir_path = http._proxy_host = http._proxy_port = "";
   }
   // Every installer field in one line, to compare a round trip at once.
@@ -56,12 +50,12 @@ TEST_F(PrefsTest, InstallerSetReadsAndWritesExactBytes) {
   pref.IO_set(pref_set_installer, 0);
   EXPECT_EQ(fields(), "510411|/media/disk two/Zephyra 8.50/|cache|8080|8080");
   pref.IO_set(pref_set_installer, 1);
-  EXPECT_EQ(slurp(file), text);
+  EXPECT_EQ(read_file(file), text);
 
   // An empty string leaves its tag out; integers are always written.
   defaults();
   pref.IO_set(pref_set_installer, 1);
-  EXPECT_EQ(slurp(file).substr(slurp(file).find("_always")), "_always_ask_dir 0\n_proxy_port_int 0\n");
+  EXPECT_EQ(read_file(file).substr(read_file(file).find("_always")), "_always_ask_dir 0\n_proxy_port_int 0\n");
 }
 
 TEST_F(PrefsTest, AbsentTagsGarbageAndOtherVersionsKeepWhatTheCallerSet) {
@@ -106,7 +100,7 @@ TEST(ShellPrefs, SizesAndLanguageAreMendedEitherWay) {
   mnw.x_res_req = 10000, mnw.y_res_req = 767, mnw.lang = 6;
   pref.IO_set(pref_set_shell, 1);
   EXPECT_EQ(shell(), "1024 768 0");
-  EXPECT_NE(slurp(file).find("_x_res_req 10000\n_y_res_req 767\n"), std::string::npos);
+  EXPECT_NE(read_file(file).find("_x_res_req 10000\n_y_res_req 767\n"), std::string::npos);
   EXPECT_EQ(chdir(cwd), 0);
   mnw = saved;
 }

@@ -6,11 +6,7 @@
 #include <filesystem>
 
 #include "../files/temp_log.h"
-#include "files/alert.h"
 #include "files/signature.h"
-#include "install/directory.h"
-#include "install/person.h"
-#include "install/stage.h"
 #include "install_fixture.h"
 
 namespace {
@@ -24,14 +20,14 @@ void log_panel(float, float value, float, int mode, const std::string&, const st
   if (mode == dir_progress_examining) xer << "panel " << value << " " << bottom << "\n";
 }
 
-struct Scan : ::testing::Test {
-  scratch_dir tmp;
+struct Scan : install_case {
   std::string list = "I\n840 scan\nINSTALLER\nDIR Zephyra:\n";
   void SetUp() override {
-    set_run_defaults(), stg.download_os = 4, dest_dir_path = tmp.mkdirs("dest/");
-    person_hooks = person_hooks_t{}, person_hooks.dir_progress_bar = log_panel;
+    install_case::SetUp();
+    stg.download_os = 4;
+    person_hooks.dir_progress_bar = log_panel;
   }
-  void TearDown() override { sim_info.clear(), scan_threads = threads_expected = 0, alert_hooks = alert_hooks_t(); }
+  void TearDown() override { install_case::TearDown(), threads_expected = 0; }
   void row(const std::string& name, int os = 0, const std::string& want = "0f1e2d3c4b5a69788796a5b4c3d2e1f0") {
     const std::string n = std::to_string(list.size() % 1000);
     list += "FILE 0 " + std::to_string(os) + " 840 " + n + " " + n + "0 " + want + " " + name + "\n";

@@ -6,9 +6,6 @@
 #include <vector>
 
 #include "../files/temp_log.h"
-#include "install/directory.h"
-#include "install/person.h"
-#include "install/stage.h"
 #include "install_fixture.h"
 
 namespace {
@@ -31,22 +28,17 @@ int scripted_select_alert(const std::string& path, int deleting) {
   return select_cancel;
 }
 
-class Selection : public ::testing::Test {
- protected:
-  scratch_dir tmp;
+struct Selection : install_case {
   temp_log log;
   std::string list = "I\n840 test\nINSTALLER\n";
   const std::string sig_old = md5sum_of(tmp.put("old", kOld));
   const std::string sig_new = md5sum_of(tmp.put("new", kNew));
 
   void SetUp() override {
-    set_run_defaults();  // download_os 3, log_actions 0
-    dest_dir_path = tmp.mkdirs("dest/");
-    person_hooks = person_hooks_t{};
+    install_case::SetUp();  // download_os 3, log_actions 0
     person_hooks.select_alert = scripted_select_alert;
     asked.clear();
   }
-  void TearDown() override { person_hooks = person_hooks_t{}, sim_info.clear(); }
   // An entry from its releases ('o' old, 'n' new, 'G' gone) and what is on
   // disk (nullptr: nothing).
   void file(std::string name, const char* releases, const char* disk, int os = 0) {

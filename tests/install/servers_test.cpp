@@ -6,31 +6,19 @@
 #include <string>
 
 #include "../net/net_support.h"
-#include "files/alert.h"
-#include "install/stage.h"
+#include "install_fixture.h"
 
 namespace {
 
 const char kHeader[] = "I\n820 list of mirrors\nSERVERS\n";
 
-class ServerList : public testing::Test {
- protected:
-  net_test::scratch tmp;
-
+struct ServerList : install_case {
+  net_test::scratch net;  // its log
   void SetUp() override {
-    set_run_defaults();
-    app_done = 0;
+    install_case::SetUp();
     for (int i = 0; i < server_rows; ++i) server_name[i] = server_path[i] = server_desc[i] = "";
   }
-  void TearDown() override {
-    app_done = 0;
-    set_run_defaults();
-  }
-  int read(const std::string& text) {
-    const std::string path = tmp.file("serverlist.txt");
-    net_test::write_file(path, text);
-    return read_server_list(path);
-  }
+  int read(const std::string& text) { return read_server_list(tmp.put("serverlist.txt", text)); }
 };
 
 }  // namespace
@@ -83,10 +71,12 @@ TEST_F(ServerList, WrongHeadersAreRefusedAndEndTheRun) {
     EXPECT_EQ(stg.server_count, -1);
     app_done = stg.stage = 0;
   }
-  EXPECT_NE(tmp.log().find("newer than I can understand"), std::string::npos);
+  EXPECT_NE(net.log().find("newer than I can understand"), std::string::npos);
 }
 
-TEST(BiasedDraw, TopRowsAreFavouredAndEndsAreClamped) {
+struct BiasedDraw : install_case {};
+
+TEST_F(BiasedDraw, TopRowsAreFavouredAndEndsAreClamped) {
   // With ten rows the first takes r up to about 0.170, the last from about
   // 0.922; rand() at its top rounds r to 1.
   const std::pair<float, int> ten[] = {{0.0f, 0}, {0.169f, 0}, {0.172f, 1},
@@ -96,8 +86,7 @@ TEST(BiasedDraw, TopRowsAreFavouredAndEndsAreClamped) {
   EXPECT_EQ(biased_row(0.5f, 0), -1);
 }
 
-TEST(BiasedDraw, DrawsFollowTheWeightsAndFailoverOfTheListDoesNot) {
-  set_run_defaults();
+TEST_F(BiasedDraw, DrawsFollowTheWeightsAndFailoverOfTheListDoesNot) {
   stg.server_count = 10;
   std::srand(12345);
   int hits[10] = {0}, even[10] = {0};
@@ -120,5 +109,4 @@ TEST(BiasedDraw, DrawsFollowTheWeightsAndFailoverOfTheListDoesNot) {
   std::srand(7);
   draw_server_for_list();
   EXPECT_EQ(stg.server_index + std::rand(), expected_next);
-  set_run_defaults();
 }

@@ -6,34 +6,14 @@
 
 #include <string>
 
-#include "install/directory.h"
-#include "install/stage.h"
 #include "install/status.h"
 #include "install/transfer.h"
 #include "install_fixture.h"
-#include "net/clock.h"
 
 namespace {
 
-class Streams : public testing::Test {
- protected:
-  scratch_dir tmp;
-
-  void SetUp() override {
-    set_run_defaults();
-    dest_dir_path = tmp.mkdirs("dest/");
-    temp_path = tmp.mkdirs("temp/");
-    sim_info.clear();
-    deleted_files.clear();
-    next.reset_all_streams();
-  }
-  void TearDown() override {
-    sim_info.clear();
-    deleted_files.clear();
-    next = next_class{};
-    xtim.real_time = 0;
-    set_run_defaults();
-  }
+struct Streams : install_case {
+  void SetUp() override { install_case::SetUp(), next.reset_all_streams(); }
   // n entries already in place: each is passed over in one visit.
   void entries_in_place(int n) {
     for (int i = 0; i < n; ++i) {
@@ -123,9 +103,9 @@ TEST_F(Streams, ResetRemovesTheNameBesideTheTargetButNotTheArchive) {
   EXPECT_EQ(next.install_start_time, 12.5f);
 }
 
-// ---------------------------------------------------------------- status texts
+struct Status : install_case {};
 
-TEST(Status, NumbersAreCutNotRoundedAndUnitsSwitchAtTwo) {
+TEST_F(Status, NumbersAreCutNotRoundedAndUnitsSwitchAtTwo) {
   const std::pair<float, const char*> overall[] = {
       {0.0735f, "07.3"}, {0.073f, "07.2"},  // 7.2999... in single precision
       {0.0f, "00.0"},    {1.0f, "100.0"}};
@@ -137,9 +117,7 @@ TEST(Status, NumbersAreCutNotRoundedAndUnitsSwitchAtTwo) {
   for (auto& [s, text] : times) EXPECT_EQ(time_left_phrase(s), text) << s;
 }
 
-TEST(Status, TheThreeLinesFromTheRunsState) {
-  set_run_defaults();
-  next = next_class{};
+TEST_F(Status, TheThreeLinesFromTheRunsState) {
   crnt_file_name = "body.zip";
   stg.file_action = 1;
   stg.file_frac = 0.429f;
@@ -164,12 +142,9 @@ TEST(Status, TheThreeLinesFromTheRunsState) {
             "simultaneous download streams.");
   next.bytes_done_a = next.bytes_done_b = 0;  // no rate at all must not break the phrase
   EXPECT_NE(install_status(0.5f, 1300, "").line3.find("hours left"), std::string::npos);
-  xtim.real_time = 0;
-  next = next_class{};
-  set_run_defaults();
 }
 
-TEST(Status, SmoothedProgressFollowsTheInstalledShareWithinZeroToOne) {
+TEST_F(Status, SmoothedProgressFollowsTheInstalledShareWithinZeroToOne) {
   EXPECT_FLOAT_EQ(smooth_progress(0.4f, 500, 1000, 0.1f), 0.45f);  // k = 0.5
   // Files fetched twice after a rewind can pass the total: held at 1.
   EXPECT_FLOAT_EQ(smooth_progress(1, 3000, 1000, 0.1f), 1.0f);

@@ -13,14 +13,10 @@
 #include <vector>
 
 #include "../net/net_support.h"
-#include "files/alert.h"
 #include "files/zip.h"
-#include "install/directory.h"
 #include "install/folders.h"
 #include "install/selection.h"
 #include "install/servers.h"
-#include "install/stage.h"
-#include "install/streams.h"
 #include "install_fixture.h"
 #include "net/http.h"
 
@@ -38,43 +34,29 @@ using release = std::map<std::string, product_file>;  // path below the product 
 
 std::vector<std::string> alerts;
 
-class Transfer : public testing::Test {
- protected:
-  net_test::scratch tmp;
+struct Transfer : install_case {
+  net_test::scratch net;
   std::unique_ptr<net_test::nginx_server> server;
   std::unique_ptr<net_test::proxy_to_loopback> proxy;
   const time_t kWhen = 1577934246;  // an even second, as zip keeps them
 
   void SetUp() override {
-    set_run_defaults();
+    install_case::SetUp();
     stg.log_actions = 1;
-    this_install_has_exes = 0;
-    next = next_class{};
-    sim_info.clear();
     alerts.clear();
-    alert_hooks = alert_hooks_t{};
     alert_hooks.show_screen = [](int, const std::string l[4], int, const std::string&) {
       alerts.push_back(l[0] + "|" + l[1] + "|" + l[2] + "|" + l[3]);
     };
     ogl_inited = 1;
-    server = std::make_unique<net_test::nginx_server>(tmp.file("nginx"));
+    server = std::make_unique<net_test::nginx_server>(net.file("nginx"));
     ASSERT_TRUE(server->running()) << server->error;
     proxy = std::make_unique<net_test::proxy_to_loopback>(server->port);
-    temp_path = tmp.file("temp/");
-    mkdir(temp_path.c_str(), 0755);
-    mkdir(tmp.file("user").c_str(), 0755);
-    dest_dir_path = tmp.file("user/Zephyra/");
+    mkdir(net.file("user").c_str(), 0755);
+    dest_dir_path = net.file("user/Zephyra/");
   }
   void TearDown() override {
     for (int s = 0; s < 6; ++s) net_test::drop_slot(s);
-    proxy.reset();
-    server.reset();
-    alert_hooks = alert_hooks_t{};
-    ogl_inited = this_install_has_exes = 0;
-    sim_info.clear();
-    deleted_files.clear();
-    next = next_class{};
-    set_run_defaults();
+    install_case::TearDown();
   }
 
   std::string www(const std::string& rel) const { return server->www() + "/" + rel; }
@@ -106,9 +88,9 @@ class Transfer : public testing::Test {
       list += row(cur->second, sign(name, rel, cur->second), rel);
       const std::string archive = www("mirror/" + name + "/Zephyra/" + rel + ".zip");
       make_parent(archive);
-      ASSERT_EQ(file_to_zip(tmp.file("stage/" + name + "/" + rel), archive), 0) << rel;
+      ASSERT_EQ(file_to_zip(net.file("stage/" + name + "/" + rel), archive), 0) << rel;
     }
-    const std::string list_path = tmp.file("stage/" + name + "/directory.txt");
+    const std::string list_path = net.file("stage/" + name + "/directory.txt");
     write_file(list_path, list);
     ASSERT_EQ(file_to_zip(list_path, www("mirror/" + name + "/directory.txt.zip")), 0);
     write_file(www("serverlist.txt"), "I\n820\nSERVERS\nFINAL " + name +
@@ -117,7 +99,7 @@ class Transfer : public testing::Test {
   }
   // Writes the file as published and returns its signature by md5sum.
   std::string sign(const std::string& name, const std::string& rel, const product_file& f) {
-    const std::string staged = tmp.file("stage/" + name + "/" + rel);
+    const std::string staged = net.file("stage/" + name + "/" + rel);
     make_parent(staged);
     write_file(staged, f.bytes);
     chmod(staged.c_str(), f.mode);
@@ -160,7 +142,7 @@ class Transfer : public testing::Test {
     return end;
   }
   int expanded() {
-    const std::string log = tmp.log();
+    const std::string log = net.log();
     int n = 0;
     for (size_t at = log.find("EXPANDING file "); at != std::string::npos;
          at = log.find("EXPANDING file ", at + 1))
@@ -205,8 +187,8 @@ TEST_F(Transfer, AFreshInstallThenAnUpdateThatFetchesOnlyTheChanges) {
   // its share so far feeds the rate.
   EXPECT_GT(peak_under_way, 1500);
   // A finished run with a program in it takes the release's name.
-  EXPECT_EQ(dest_dir_path, tmp.file("user/8.60/"));
-  EXPECT_FALSE(exists(tmp.file("user/Zephyra")));
+  EXPECT_EQ(dest_dir_path, net.file("user/8.60/"));
+  EXPECT_FALSE(exists(net.file("user/Zephyra")));
   expect_installed(kRelease1);
   EXPECT_EQ(expanded(), 7);
   expect_no_archives();
@@ -229,9 +211,9 @@ TEST_F(Transfer, AFreshInstallThenAnUpdateThatFetchesOnlyTheChanges) {
   EXPECT_FALSE(exists(dest_dir_path + "Keep/withdrawn.txt"));
   EXPECT_TRUE(exists(dest_dir_path + "Output/logbooks/empty.txt"));
   EXPECT_EQ(this_install_has_exes, 0);
-  EXPECT_EQ(dest_dir_path, tmp.file("user/8.60/"));
+  EXPECT_EQ(dest_dir_path, net.file("user/8.60/"));
   // Children are removed before their parents.
-  const std::string log = tmp.log();
+  const std::string log = net.log();
   const size_t child = log.find("cleanup: DELETING  file " + dest_dir_path + "Old/Sub/");
   const size_t parent = log.find("cleanup: DELETING  file " + dest_dir_path + "Old/,");
   EXPECT_NE(parent, std::string::npos);
@@ -257,7 +239,7 @@ TEST_F(Transfer, ARefusingMirrorMovesTheRunToAnotherAndItStillFinishes) {
   EXPECT_EQ(run(), 1);
   EXPECT_EQ(stg.file_failed + stg.install_failed, 0);  // cleared by the next success
   expect_installed(kRelease1);
-  EXPECT_NE(tmp.log().find("HTTP Error for"), std::string::npos);
+  EXPECT_NE(net.log().find("HTTP Error for"), std::string::npos);
 }
 
 TEST_F(Transfer, ACorruptArchiveFailsTheRunAndIsRemoved) {
@@ -274,18 +256,17 @@ TEST_F(Transfer, ACorruptArchiveFailsTheRunAndIsRemoved) {
             std::string::npos);
   EXPECT_FALSE(exists(dest_dir_path + "Instructions/manual one.txt"));
   expect_no_archives();
-  EXPECT_EQ(dest_dir_path, tmp.file("user/Zephyra/"));  // a failed run is not renamed
+  EXPECT_EQ(dest_dir_path, net.file("user/Zephyra/"));  // a failed run is not renamed
 }
 
 // Deletions alone, no network: emptied folders go, children before parents,
 // but never the user's own file nor the destination itself.
 TEST_F(Transfer, DeletionsCleanUpFoldersButNeverTheDestination) {
-  scratch_dir d;
-  dest_dir_path = d.mkdirs("Zephyra/");
-  d.put("Zephyra/top.txt", "x");
-  d.put("Zephyra/A/B/C/deep.txt", "x");
-  d.put("Zephyra/Mine/theirs.txt", "x");
-  d.put("Zephyra/Mine/user notes.txt", "keep me");
+  dest_dir_path = tmp.mkdirs("Zephyra/");
+  tmp.put("Zephyra/top.txt", "x");
+  tmp.put("Zephyra/A/B/C/deep.txt", "x");
+  tmp.put("Zephyra/Mine/theirs.txt", "x");
+  tmp.put("Zephyra/Mine/user notes.txt", "keep me");
   for (const char* p : {"Zephyra/top.txt", "Zephyra/A/B/C/deep.txt", "Zephyra/Mine/theirs.txt"}) {
     file_version_struct r;
     r.file_path = p;
@@ -295,21 +276,21 @@ TEST_F(Transfer, DeletionsCleanUpFoldersButNeverTheDestination) {
   }
   next.reset_all_streams();
   EXPECT_EQ(run(), 1);
-  EXPECT_FALSE(d.exists("Zephyra/top.txt"));
-  EXPECT_FALSE(d.exists("Zephyra/A"));
-  EXPECT_FALSE(d.exists("Zephyra/Mine/theirs.txt"));
-  EXPECT_TRUE(d.exists("Zephyra/Mine/user notes.txt"));
-  EXPECT_TRUE(d.exists("Zephyra/"));
+  EXPECT_FALSE(tmp.exists("Zephyra/top.txt"));
+  EXPECT_FALSE(tmp.exists("Zephyra/A"));
+  EXPECT_FALSE(tmp.exists("Zephyra/Mine/theirs.txt"));
+  EXPECT_TRUE(tmp.exists("Zephyra/Mine/user notes.txt"));
+  EXPECT_TRUE(tmp.exists("Zephyra/"));
   // The file directly in the destination recorded no folder.
   EXPECT_EQ(deleted_files.count(dest_dir_path), 0u);
   EXPECT_EQ(deleted_files.size(), 4u);  // A/, A/B/, A/B/C/, Mine/
 
   // A release name from the server that is no plain name moves nothing.
   std::string scratch_leaf;
-  get_file_with_path(scratch_leaf, d.path);
+  get_file_with_path(scratch_leaf, tmp.path);
   install_name = "../" + scratch_leaf + "moved";
   this_install_has_exes = stg.rename_folder = 1;
   next.reset_all_streams();
   EXPECT_EQ(run(), 1);
-  EXPECT_TRUE(d.exists("Zephyra/") && !d.exists("moved"));
+  EXPECT_TRUE(tmp.exists("Zephyra/") && !tmp.exists("moved"));
 }
