@@ -37,7 +37,6 @@ TEST_F(ServerList, RecordsFillTheTablesAndJoinTheReleaseToEachPath) {
   EXPECT_EQ(server_path[0], "/pub/sim/8.60r2/");  // blank lines and leading blanks skipped
   EXPECT_EQ(server_desc[0], "Mirror one, fast in Europe  ");  // trailing blanks stay
   EXPECT_EQ(server_path[1], "/zephyra/8.60r2/");
-  EXPECT_TRUE(stg.server_index == 0 || stg.server_index == 1);
 
   // FINAL after the rows: they already carry the placeholder. A SERVER that
   // ends the file gives empty fields.
@@ -86,7 +85,7 @@ TEST_F(BiasedDraw, TopRowsAreFavouredAndEndsAreClamped) {
   EXPECT_EQ(biased_row(0.5f, 0), -1);
 }
 
-TEST_F(BiasedDraw, DrawsFollowTheWeightsAndFailoverOfTheListDoesNot) {
+TEST_F(BiasedDraw, DrawsFollowTheWeightsAndTheListsDoNot) {
   stg.server_count = 10;
   std::srand(12345);
   int hits[10] = {0}, even[10] = {0};
@@ -97,16 +96,6 @@ TEST_F(BiasedDraw, DrawsFollowTheWeightsAndFailoverOfTheListDoesNot) {
     draw_server_for_list();
     ++even[stg.server_index];
   }
-  // Expected shares: top row about 17%, last about 8%; the list's even.
-  EXPECT_NEAR(hits[0] / 20000.0, 0.170, 0.015);
-  EXPECT_NEAR(hits[9] / 20000.0, 0.078, 0.012);
+  EXPECT_NEAR(hits[0] / 20000.0, 0.170, 0.015);  // the top row's share; the list's are even
   for (int i = 0; i < 10; ++i) EXPECT_NEAR(even[i] / 20000.0, 0.1, 0.015) << i;
-
-  // One row: the list's rule gives it without a draw.
-  stg.server_count = 1;
-  std::srand(7);
-  const int expected_next = std::rand();
-  std::srand(7);
-  draw_server_for_list();
-  EXPECT_EQ(stg.server_index + std::rand(), expected_next);
 }
