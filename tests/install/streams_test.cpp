@@ -1,5 +1,4 @@
-// The scheduler and the progress texts, driven on the engine directly with
-// entries that need no network.
+// The scheduler and the progress texts, on entries that need no network.
 #include "install/streams.h"
 
 #include <gtest/gtest.h>
@@ -16,13 +15,9 @@ struct Streams : install_case {
   void SetUp() override { install_case::SetUp(), next.reset_all_streams(); }
   // n entries already in place: each is passed over in one visit.
   void entries_in_place(int n) {
-    for (int i = 0; i < n; ++i) {
-      file_version_struct r;
-      r.sig_want = r.sig_have = "0123456789abcdef0123456789abcdef";
-      r.file_path = "Zephyra/f" + std::to_string(i);
-      r.have_file = 1;
-      sim_info.push_back({r});
-    }
+    const std::string sig = "0123456789abcdef0123456789abcdef";
+    for (int i = 0; i < n; ++i)
+      sim_info.push_back({{0, 0, 0, 0, 0, sig, sig, "Zephyra/f" + std::to_string(i), 1}});
   }
   // Entries each active stream holds after one pass; "-" for an idle slot.
   std::string pass() {

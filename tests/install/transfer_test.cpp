@@ -246,8 +246,7 @@ TEST_F(Transfer, DeletionsCleanUpFoldersButNeverTheDestination) {
   tmp.put("Zephyra/Mine/theirs.txt", "x");
   tmp.put("Zephyra/Mine/user notes.txt", "keep me");
   for (const char* p : {"Zephyra/top.txt", "Zephyra/A/B/C/deep.txt", "Zephyra/Mine/theirs.txt"}) {
-    sim_info.push_back({{0, 0, 0, 0, 0, "GONE", "", p}});
-    sim_info.back()[0].want_del = 1;
+    sim_info.push_back({{0, 0, 0, 0, 0, "GONE", "", p, 0, 0, 1}});
   }
   next.reset_all_streams();
   EXPECT_EQ(run(), 1);
