@@ -1,7 +1,5 @@
-// The publisher against the installer's own readers: what it writes is read
-// back by read_directory, read_server_list and zip_to_file, and checked with
-// md5sum and Info-ZIP. History over releases, and bad input that must leave
-// the mirror untouched.
+// The publisher against the installer's own readers, md5sum and Info-ZIP;
+// bad input must leave the mirror untouched.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -12,6 +10,7 @@
 #include <cstdlib>
 
 #include "../install/install_fixture.h"
+#include "../net/net_support.h"
 #include "files/zip.h"
 #include "install/directory.h"
 #include "install/servers.h"
@@ -38,8 +37,7 @@ std::string shell_out(const std::string& cmd) {
 
 std::string read_file(const std::string& path) { return shell_out("cat " + sh_quote(path) + " 2>/dev/null"); }
 
-// Runs the real program, stdout and stderr going to where + "out.txt" and
-// "err.txt"; prefix may hold e.g. a setpriv call.
+// The real program, its output in where + "out.txt" and "err.txt".
 int run_program(const std::vector<std::string>& args, const std::string& where, const std::string& prefix = "") {
   std::string cmd = prefix + sh_quote(ZEPHYRA_BINARY_DIR "/zephyra-publish");
   for (const std::string& a : args) cmd += " " + sh_quote(a);
@@ -53,33 +51,20 @@ struct stat lstat_of(const std::string& path) {
   return st;
 }
 
-// Everything under a folder with its kind, and for files their size, mode,
-// time and inode: a mirror "as it was" means this is unchanged. A folder's
-// own time moves when an entry is made and removed again, so it is left out.
+// A mirror "as it was": every entry's kind, size, mode, time and inode. A
+// folder's own time moves when an entry comes and goes, so it is left out.
 std::string snapshot(const std::string& root) {
   return shell_out("cd " + sh_quote(root) +
                    " 2>/dev/null && find . -type d -printf '%p %m\\n' -o -printf '%p %y %s %m %T@ %i\\n' | sort");
 }
 
-class Publisher : public ::testing::Test {
- protected:
-  scratch_dir tmp;
-  std::string product, mirror;
-
-  void SetUp() override {
-    set_run_defaults();
-    product = tmp.mkdirs("src/Zephyra/");
-    mirror = tmp.path + "mirror/";
-  }
-  void TearDown() override {
-    sim_info.clear();
-    publish_stop = false;
-  }
+struct Publisher : install_case {
+  const std::string product = tmp.mkdirs("src/Zephyra/"), mirror = tmp.path + "mirror/";
+  void TearDown() override { install_case::TearDown(), publish_stop = false; }
 
   std::string put(const std::string& rel, const std::string& bytes) { return tmp.put("src/Zephyra/" + rel, bytes); }
 
-  // Publishes in-process; previous names an earlier release of this mirror,
-  // or, given as a full path, any list. Returns the error, empty on success.
+  // In-process; previous is a release of this mirror or a full path. The error, or "".
   std::string publish(const std::string& release, const std::string& previous = "",
                       std::vector<platform_rule> rules = {}, publish_summary* out = nullptr) {
     std::string prev = previous.empty() || previous[0] == '/' ? previous : mirror + previous + "/directory.txt.zip";
@@ -91,7 +76,6 @@ class Publisher : public ::testing::Test {
     return rc == 0 ? "" : error + " (failed)";
   }
 
-  // The release's list, read by the installer's reader with dest as its folder.
   void read_release(const std::string& release, const std::string& dest) {
     std::string unpacked = tmp.mkdirs("list_" + release + "/");
     ASSERT_EQ(zip_to_file(mirror + release + "/directory.txt.zip", unpacked, nullptr, 0), 0);
@@ -99,8 +83,7 @@ class Publisher : public ::testing::Test {
     ASSERT_EQ(read_directory(unpacked + "directory.txt", "test"), 3);
   }
 
-  // Installs every current file of the list as the installer does: the
-  // archive from server path + file path + ".zip", unpacked into the folder.
+  // As the installer does: file path + ".zip", unpacked into its folder.
   void install(const std::string& release, const std::string& dest) {
     read_release(release, dest);
     for (const auto& entry : sim_info) {
@@ -126,10 +109,7 @@ TEST_F(Publisher, InstalledTreeEqualsTheSourceWithModesDatesAndLinks) {
   chmod(put("bin/zephyra", std::string(200000, 'x') + "tail").c_str(), 0755);
   put("Resources/fonts/font map.txt", "blank in the name\n");
   put("Resources/empty.dat", "");
-  std::string noise(300000, 0);
-  unsigned x = 12345;
-  for (char& c : noise) c = static_cast<char>((x = x * 1103515245u + 12345u) >> 23);
-  put("Resources/noise.dds", noise);
+  put("Resources/noise.dds", net_test::pattern_bytes(300000, 3));
   ASSERT_EQ(symlink("zephyra", (product + "bin/run").c_str()), 0);
   ASSERT_EQ(symlink("../Resources", (product + "bin/res").c_str()), 0);
   shell_out("touch -d @1236000007 " + sh_quote(product + "bin/zephyra"));  // odd second: zip dates count in twos
@@ -152,18 +132,16 @@ TEST_F(Publisher, InstalledTreeEqualsTheSourceWithModesDatesAndLinks) {
   for (const char* l : {"bin/run", "bin/res"})
     EXPECT_EQ(shell_out("readlink " + sh_quote(dest + l)), shell_out("readlink " + sh_quote(product + l))) << l;
 
-  // A second scan of the installed folder finds every file right: the
-  // signatures are the ones the installer computes, links included.
+  // A second scan finds every file right, links included, and the
+  // signatures are md5sum's. List paths carry the product's own name.
   read_release("8.60r2", dest);
   for (const auto& entry : sim_info) EXPECT_EQ(entry.back().have_file, 1) << entry.back().file_path;
-  // ... and what md5sum prints. The list paths carry the product's own name.
   EXPECT_EQ(rows_of("Zephyra/bin/zephyra").back().sig_want, md5sum_of(product + "bin/zephyra"));
   EXPECT_EQ(rows_of("Zephyra/bin/run").back().sig_want, md5sum_of(product + "bin/zephyra"));
   // A link to a folder can't be signed, by the installer either.
   EXPECT_EQ(rows_of("Zephyra/bin/res").back().sig_want, "NONE");
-  // Sizes are whole thousands, rounded up.
   const file_version_struct& big = rows_of("Zephyra/bin/zephyra").back();
-  EXPECT_EQ(big.disk_size, 201);
+  EXPECT_EQ(big.disk_size, 201);  // whole thousands, rounded up
   EXPECT_EQ(big.down_size, (float)((lstat_of(mirror + "8.60r2/Zephyra/bin/zephyra.zip").st_size + 999) / 1000));
 
   // Info-ZIP sees a Unix mode on a deflated entry.
@@ -187,8 +165,8 @@ TEST_F(Publisher, PlatformRulesFirstMatchWinsAndStarCrossesFolders) {
   EXPECT_EQ(platform_of("bin", rules), 0);
 }
 
-// History: changed, withdrawn, returning and re-platformed files over
-// releases, and which archives may be taken over from the previous one.
+// Changed, withdrawn, returning and re-platformed files, and which archives
+// the next release may take over.
 TEST_F(Publisher, ReleasesAfterReleaseGiveTheRowsAReaderNeeds) {
   put("keep.txt", "never changes");
   put("a.txt", "a one");
@@ -196,7 +174,6 @@ TEST_F(Publisher, ReleasesAfterReleaseGiveTheRowsAReaderNeeds) {
   put("mover.bin", "moves between platforms");
   publish_summary s;
   ASSERT_EQ(publish("1.0"), "");
-  // Installed copy of 1.0, to see how a reader of 2.0 judges it.
   std::string dest = tmp.mkdirs("dest/");
   install("1.0", dest);
 
@@ -259,8 +236,7 @@ TEST_F(Publisher, ReleasesAfterReleaseGiveTheRowsAReaderNeeds) {
 
 // ---- Bad input: one line naming the file and why, the mirror untouched ----
 
-class BadInput : public Publisher {
- protected:
+struct BadInput : Publisher {
   std::string before;
   void SetUp() override {
     Publisher::SetUp();
@@ -269,7 +245,6 @@ class BadInput : public Publisher {
                           tmp.path), 0);
     before = snapshot(mirror);
   }
-  // Runs a release after 1.0 and expects a refusal whose one line holds each of words.
   void expect_refused(const std::vector<std::string>& words, const std::string& release = "2.0",
                       const std::string& previous = "", const std::string& prefix = "") {
     EXPECT_NE(run_program({"--product", product, "--release", release, "--out", mirror, "--mirror", "h,/p/,d",
@@ -294,8 +269,7 @@ TEST_F(BadInput, FilesAndReleaseNamesTheListCannotCarry) {
       {{"dir\\name.txt"}, "2.0", {"dir\\name.txt", "\"\\\""}},
       {{" lead.txt"}, "2.0", {" lead.txt", "blank"}},
       {{"bad:folder/ok.txt"}, "2.0", {"bad:folder", "\":\""}},
-      // "x" packs to "x.zip", where the product has a folder of that name:
-      // met after folders were made, which are undone.
+      // "x.zip" is a folder of the product: met after folders were made.
       {{"deep/new/x", "deep/new/x.zip/y"}, "2.0", {"x.zip", "in the way"}},
       {{}, "8.60/r2", {"8.60/r2", "separator"}},
       {{}, "8.60:r2", {"8.60:r2", "separator"}},
@@ -337,7 +311,6 @@ TEST_F(BadInput, UnreadableFilesAndOddKinds) {
 
 TEST_F(BadInput, PreviousListsTheInstallerWouldRefuse) {
   const std::string bad = tmp.path + "directory.txt", not_list = "not a directory list";
-  // The header goes through the installer's own check; one refusal stands for all.
   for (auto c : std::vector<std::pair<std::string, std::string>>{
            {"I\n820 x\nINSTALLER\n", not_list},
            {"I\n840\nINSTALLER\nDIR Zephyra:\nFILE 0 0 1 1 1 GONE sub:\n", "no file name"}}) {
