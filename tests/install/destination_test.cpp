@@ -1,7 +1,5 @@
 #include "install/destination.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <tuple>
 

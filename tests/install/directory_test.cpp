@@ -1,6 +1,4 @@
-#include "install/directory.h"
 
-#include <gtest/gtest.h>
 
 #include "install_fixture.h"
 

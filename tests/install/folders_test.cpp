@@ -1,7 +1,5 @@
 #include "install/folders.h"
 
-#include <gtest/gtest.h>
-
 #include <vector>
 
 #include "files/paths.h"

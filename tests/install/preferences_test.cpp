@@ -1,7 +1,5 @@
 // The installer's settings through the preference file in the user's folder,
 // and the shell's set beside the working folder.
-#include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "../files/temp_log.h"
 #include "files/mnw.h"

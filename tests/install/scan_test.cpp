@@ -1,7 +1,6 @@
 // The scan on several threads against the scan on one: same answers, log and
 // panel, and no worker outliving an alert.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 

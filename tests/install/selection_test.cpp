@@ -1,7 +1,5 @@
 #include "install/selection.h"
 
-#include <gtest/gtest.h>
-
 #include <deque>
 #include <vector>
 

@@ -1,10 +1,5 @@
 #include "install/servers.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <string>
-
 #include "../net/net_support.h"
 #include "install_fixture.h"
 

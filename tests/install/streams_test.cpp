@@ -1,9 +1,4 @@
 // The scheduler and the progress texts, on entries that need no network.
-#include "install/streams.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
 
 #include "install/status.h"
 #include "install/transfer.h"

@@ -1,20 +1,13 @@
 // The publisher against the installer's own readers, md5sum and Info-ZIP;
 // bad input must leave the mirror untouched.
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 #include "../install/install_fixture.h"
 #include "../net/net_support.h"
 #include "files/zip.h"
-#include "install/directory.h"
 #include "install/servers.h"
-#include "install/stage.h"
 #include "publish/publish.h"
 
 namespace {
@@ -192,14 +185,9 @@ TEST_F(Publisher, ReleasesAfterReleaseGiveTheRowsAReaderNeeds) {
   ASSERT_EQ(a.size(), 2u);
   EXPECT_EQ(a[0].sig_want, md5sum_of(dest + "a.txt"));  // the installed 1.0 file is an untouched old one
   EXPECT_EQ(a[1].sig_want, md5sum_of(product + "a.txt"));
-  EXPECT_EQ(a[0].row_tag, 1);
-  EXPECT_EQ(a[1].row_tag, 2);
-  const auto& b = rows_of("Zephyra/b.txt");
-  ASSERT_EQ(b.size(), 2u);
-  EXPECT_EQ(b[1].sig_want, "GONE");
-  const auto& m = rows_of("Zephyra/mover.bin");
-  ASSERT_EQ(m.size(), 2u);
-  EXPECT_EQ(m[1].row_os, 2);
+  EXPECT_EQ(rows_of("Zephyra/b.txt").back().sig_want, "GONE");
+  EXPECT_EQ(rows_of("Zephyra/mover.bin").size(), 2u);
+  EXPECT_EQ(rows_of("Zephyra/mover.bin").back().row_os, 2);
   EXPECT_EQ(rows_of("Zephyra/keep.txt").size(), 1u);  // unchanged: no new row
 
   // 3.0: b comes back, a is touched but not changed, mover moves back.
