@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "../files/temp_log.h"
+#include "../net/net_support.h"
 #include "files/signature.h"
 #include "install_fixture.h"
 
@@ -32,9 +33,7 @@ struct Scan : install_case {
     list += "FILE 0 " + std::to_string(os) + " 840 " + n + " " + n + "0 " + want + " " + name + "\n";
   }
   std::string put(const std::string& name, size_t n) {  // n bytes of noise
-    std::string s(n, 0);
-    for (size_t i = 0; i < n; ++i) s[i] = char((n * 2654435761u + i * 40503u) >> 13);
-    return tmp.put("dest/" + name, s);
+    return tmp.put("dest/" + name, net_test::pattern_bytes(n, unsigned(n)));
   }
   // Everything the scan leaves, then the log it wrote.
   std::string scan_with(int threads) {
