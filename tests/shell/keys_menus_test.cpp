@@ -23,6 +23,7 @@ class Input : public ::testing::Test {
     MACIBM_clear_menus(1);
     MACIBM_create_menu(3, -1, "File");
     for (int i = 0; i < 4; ++i) MACIBM_append_menu(3, i, 30 + i, i == 2 ? "=" : "Row", i == 3);
+    MACIBM_create_menu(5, -1, "Edit");
     frame_after(0.02);
   }
   void TearDown() override { PUMP_set_time_source(nullptr); }
@@ -116,12 +117,16 @@ TEST_F(Input, PressesOpenChooseAndCloseMenus) {
   EXPECT_EQ(0, menu_hover_item(m, m.x1 + 2.0f, m.items[0].y1));
   std::vector<int> widgets;
   on_app_update = [&] { widgets.push_back(mnw.mouse_click); };
-  // The title opens (the press used up), outside closes and reaches the
-  // widgets, an item is chosen; the empty boxes of unused menus hold nothing.
+  // Box edges count. The title opens and closes with the press used up;
+  // outside closes and reaches the widgets; an item is chosen; a separator
+  // is none, so the press goes on; the empty boxes of unused menus hold nothing.
+  const float title_x = m.x1 + 2.0f, title_y = m.y1 + 2.0f, x = m.x1 + 2.0f;
   const struct { float x, y; int open_after, widgets_see; size_t ids; } presses[] = {
-      {m.x1 + 2.0f, m.y1 + 2.0f, 3, 0, 0}, {500, 300, -1, 1, 0},
-      {m.x1 + 2.0f, m.y1 + 2.0f, 3, 0, 0}, {m.x1 + 2.0f, m.items[1].y1 + 2.0f, -1, 0, 1},
-      {-1, -1, -1, 1, 1}};
+      {float(m.x1), float(m.y2), 3, 0, 0}, {title_x, title_y, -1, 0, 0},
+      {title_x, title_y, 3, 0, 0}, {500, 300, -1, 1, 0},
+      {title_x, title_y, 3, 0, 0}, {x, m.items[1].y1 + 2.0f, -1, 0, 1},
+      {title_x, title_y, 3, 0, 1}, {x, m.items[2].y1 + 2.0f, -1, 1, 1},
+      {-1, -1, -1, 1, 1},          {title_x, title_y, 3, 0, 1}};
   for (const auto& p : presses) {
     widgets.clear();
     click(p.x, p.y);
@@ -131,6 +136,10 @@ TEST_F(Input, PressesOpenChooseAndCloseMenus) {
   }
   EXPECT_EQ(31, menu_ids_seen.at(0));
   EXPECT_EQ((std::vector<int>{0, 1}), (std::vector<int>{m.items[0].checked, m.items[3].checked}));
+  // With a menu open, the bar follows the pointer without a press.
+  PUMP_post_motion(menu[5].x1 + 2, 768 - title_y);
+  frame_after(0.02);
+  EXPECT_EQ(5, mnw.menu_open);
 }
 
 }  // namespace

@@ -11,11 +11,6 @@
 
 namespace {
 
-template <class T>
-void set_box(T& m, int x1, int y1, int x2, int y2) {
-  m.x1 = short(x1), m.y1 = short(y1), m.x2 = short(x2), m.y2 = short(y2);
-}
-
 void press_at(float x, float y) {
   mnw.mouse_x = x, mnw.mouse_y = y, mnw.mouse_click = 1;
   MACIBM_handleclick(0);
@@ -178,34 +173,6 @@ TEST_F(Pump, CloseCornerClosesTheDialogBeforeAnyWidgetSeesThePress) {
   MACIBM_startwind(1);
   MACIBM_handleclick(1);   // Return: a forced close, wherever the pointer is
   EXPECT_EQ(0, mnw.win_now);
-}
-
-TEST_F(Pump, MenusTakeThePressThatOpensAndPicksThem) {
-  settle();
-  set_box(menu[3], 10, 750, 60, 767);
-  set_box(menu[5], 70, 750, 120, 767);
-  menu[3].items.resize(3);   // the third item has no label
-  menu[3].items[0].name = "Open";
-  menu[3].items[0].id = 77;
-  set_box(menu[3].items[0], 10, 720, 200, 740);
-  menu[3].items[1].name = "-";
-  set_box(menu[3].items[1], 10, 700, 200, 719);
-
-  // Box edges are inside; the open menu's title closes it; a separator is
-  // no item, so the menu closes and the click goes on.
-  const struct { float x, y; int open_after, click_after; } presses[] = {
-      {10, 767, 3, 0}, {20, 760, -1, 0}, {20, 760, 3, 0}, {50, 710, -1, 1},
-      {20, 760, 3, 0}, {50, 730, -1, 0}, {20, 760, 3, 0}};
-  for (const auto& p : presses) {
-    press_at(p.x, p.y);
-    EXPECT_EQ(p.open_after, mnw.menu_open) << p.x << "," << p.y;
-    EXPECT_EQ(p.click_after, mnw.mouse_click) << p.x << "," << p.y;
-  }
-  EXPECT_EQ((std::vector<int>{77}), menu_ids_seen);
-  // With a menu open, the bar follows the pointer without a press.
-  PUMP_post_motion(90, 768 - 760);
-  frame_after(0.02);
-  EXPECT_EQ(5, mnw.menu_open);
 }
 
 }  // namespace
