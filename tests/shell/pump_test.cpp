@@ -24,10 +24,6 @@ class Pump : public ::testing::Test {
     MACIBM_clear_menus(1);
   }
   void TearDown() override { PUMP_set_time_source(nullptr); }
-  // Main-screen frames until real_time has passed 1 s, so presses are far from the clock's start.
-  void settle() {
-    for (int i = 0; i <= 10; ++i) frame_after(i ? 0.2 : 0);
-  }
   void button(int press, double then) {
     PUMP_post_button(press);
     frame_after(then);
@@ -47,10 +43,8 @@ TEST_F(Pump, FrameWaitFollowsTheScreenAndTheSetting) {
 }
 
 TEST_F(Pump, TicksFireOnceAFrameAndALateFrameShiftsTheRhythm) {
-  // Ticks are judged on the previous frame's time, and need time strictly
-  // above their period. In frames of 0.3 s the 1 s tick fires after 1.2, then
-  // must pass 2.2: 2.1 doesn't fire, 2.4 does. In frames of exactly 0.5 s
-  // the 0.5 s tick fires every second frame.
+  // Ticks are judged on the previous frame's time and need more than their
+  // period: in frames of 0.3 s the 1 s tick fires after 1.2, then not at 2.1.
   const struct { double step; int frames; std::vector<float> fired_after; } cases[] = {
       {0.3, 9, {1.2f, 2.4f}}, {0.5, 8, {1.0f, 2.0f, 3.0f}}};
   for (const auto& c : cases) {
@@ -103,7 +97,7 @@ TEST_F(Pump, PeriodEstimatorsAreClampedAndPauseInAlerts) {
 }
 
 TEST_F(Pump, RepeatDoubleClickAndQuickReleaseMeasureFromThePress) {
-  settle();
+  for (int i = 0; i <= 10; ++i) frame_after(i ? 0.2 : 0);   // far from the clock's start
   button(1, 0.02);
   EXPECT_EQ(0, mnw.double_click);
   frame_after(0.2);
@@ -154,7 +148,6 @@ TEST(StartWind, EveryCodeIsCentredWithItsSizeAndTitle) {
 }
 
 TEST_F(Pump, CloseCornerClosesTheDialogBeforeAnyWidgetSeesThePress) {
-  settle();
   static int zapped = 0;
   zapped = 0;
   shell_hooks.zap_boxes = [](int open) { zapped += open; };
