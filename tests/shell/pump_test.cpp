@@ -27,10 +27,6 @@ class Pump : public ::testing::Test {
     MACIBM_clear_menus(1);
   }
   void TearDown() override { PUMP_set_time_source(nullptr); }
-  void button(int press, double then) {
-    PUMP_post_button(press);
-    frame_after(then);
-  }
 };
 
 class Input : public Pump {
@@ -121,22 +117,20 @@ TEST_F(Pump, PeriodEstimatorsAreClampedAndPauseInAlerts) {
 
 TEST_F(Pump, RepeatDoubleClickAndQuickReleaseMeasureFromThePress) {
   for (int i = 0; i <= 10; ++i) frame_after(i ? 0.2 : 0);   // far from the clock's start
-  button(1, 0.02);
-  EXPECT_EQ(0, mnw.double_click);
-  frame_after(0.2);
-  EXPECT_EQ(0, mnw.mouse_repeat);
-  frame_after(0.1);
-  EXPECT_EQ(1, mnw.mouse_repeat);   // held past 0.25 s
-  button(0, 0.02);
-  EXPECT_EQ(0, mnw.mouse_repeat + mnw.quick_release);
-  button(1, 0.02);
-  button(0, 0.1);
-  EXPECT_EQ(1, mnw.quick_release);
-  button(1, 0.02);   // within 0.25 s of the previous press
-  EXPECT_EQ(1, mnw.double_click);
-  frame_after(0.3);
-  button(1, 0.02);   // 0.32 s after it
-  EXPECT_EQ(0, mnw.double_click);
+  // A press or release (-1: none), the frame after it, and the edges then.
+  // Repeat starts 0.25 s into a hold; a second press within 0.25 s of the
+  // first is a double click, a release within 0.25 s a quick one.
+  const struct { int press; double then; int repeat, double_click, quick_release; } steps[] = {
+      {1, 0.02, 0, 0, 0}, {-1, 0.2, 0, 0, 0}, {-1, 0.1, 1, 0, 0}, {0, 0.02, 0, 0, 0},
+      {1, 0.02, 0, 0, 0}, {0, 0.1, 0, 0, 1},  {1, 0.02, 0, 1, 0}, {-1, 0.3, 1, 0, 0},
+      {1, 0.02, 1, 0, 0}};
+  for (const auto& s : steps) {
+    if (s.press >= 0) PUMP_post_button(s.press);
+    frame_after(s.then);
+    EXPECT_EQ((std::vector<int>{s.repeat, s.double_click, s.quick_release}),
+              (std::vector<int>{mnw.mouse_repeat, mnw.double_click, mnw.quick_release}))
+        << &s - steps;
+  }
 }
 
 TEST(StartWind, EveryCodeIsCentredWithItsSizeAndTitle) {
