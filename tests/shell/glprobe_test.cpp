@@ -30,7 +30,6 @@ const char* fake_string(unsigned name) {
 }
 void fake_integerv(unsigned name, int* v) { v[0] = drv.ints.count(name) ? drv.ints[name] : v[0]; }
 void fake_floatv(unsigned name, float* v) {
-  if (name == GL_POINT_SIZE_RANGE) v[0] = 1, v[1] = 64;
   if (name == GL_MAX_TEXTURE_MAX_ANISOTROPY_EXT) v[0] = 16;
 }
 // Every limit is 7 but the native instruction counts the test sets.
@@ -89,7 +88,6 @@ class Probe : public ::testing::Test {
 };
 
 TEST(ProbeVersion, OnlyListedVersionTextsCountByTheirFirstThreeCharacters) {
-  // Anything outside the list counts as 100, newer drivers too.
   const std::pair<const char*, int> cases[] = {
       {"1.1 Mesa", 110}, {"1.5.2", 150}, {"2.1", 210}, {"4.5 (Compatibility Profile)", 100}};
   for (const auto& c : cases) EXPECT_EQ(c.second, OGL_version_number(c.first)) << c.first;
@@ -108,7 +106,7 @@ TEST_F(Probe, VersionExtensionsAndOptionsMapToFlags) {
       {"2.1", "", {}, false, true,
        "multi_tex tex_clamp add_env combine tex_comp vbo automini fsaa sprites depth_tex "
        "shad_objs vshader fshader glsl", "OpenGL Version   :2.1\n"},
-      // One step below the thresholds; no family flag set, so nothing fetched.
+      // One step below the thresholds; no family flag, nothing fetched.
       {"1.4", "GL_ARB_multitexture", {}, false, false, below_1_5, "vbo_avail      =0\n"},
       // Names match as plain substrings, with no care for word limits.
       {"1.1", "GL_ARB_multitexturefoo GL_SGIS_texture_edge_clamp GL_NV_fog_distance "
@@ -146,7 +144,6 @@ TEST_F(Probe, VersionExtensionsAndOptionsMapToFlags) {
 TEST_F(Probe, MissingEntryPointsDropTheirFamilyAndProgramsNeedNativeInstructions) {
   drv.missing = {"glBindBufferARB", "glGetHandleARB"};
   OGL_extensions e = probe("2.1", "");
-  // Shader objects gone takes both shader kinds and the language with them.
   EXPECT_EQ("multi_tex tex_clamp add_env combine tex_comp automini fsaa sprites depth_tex",
             set_flags(e));
   for (const std::string& name : drv.missing)
@@ -156,8 +153,8 @@ TEST_F(Probe, MissingEntryPointsDropTheirFamilyAndProgramsNeedNativeInstructions
   EXPECT_EQ(nullptr, e.proc("glBindBufferARB"));
   EXPECT_NE(nullptr, e.proc("glGenBuffersARB"));
 
-  // Fragment programs without native instructions count only when forced;
-  // without vertex programs there are none at all.
+  // Fragment programs without native instructions count only when forced,
+  // and never without vertex programs.
   const std::string ext = "GL_ARB_multitexture GL_ARB_vertex_program GL_ARB_fragment_program";
   drv.missing.clear();
   drv.vprog_native = 128;
@@ -189,7 +186,6 @@ TEST_F(Probe, ReportListsDriverFlagsAndLimits) {
       "depth_tex_avail=1\nocclude_avail  =0\nshad_objs_avail=1\n"
       "vshader_avail  =1 (16/512/32/8/4)\nfshader_avail  =1 (256)\nglsl_avail     =1 (1.20)\n"
       "max tex units    :4 (4/4)\n")) << read_file(dir + "Log.txt");
-  // A driver that gives no language version must not crash the report.
   drv.strings.erase(GL_SHADING_LANGUAGE_VERSION_ARB);
   probe("2.1", "");
   EXPECT_TRUE(logged("glsl_avail     =1 (<null string>)\n"));

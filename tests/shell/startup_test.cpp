@@ -1,17 +1,21 @@
-// Start-up and shutdown of the whole shell, run as a separate copy of this
-// program so that its log, its statics and its display are its own.
+// Start-up and shutdown of the whole shell, in a copy of this program so
+// that its log, statics and display are its own; links; the worker pool.
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include "files/alert.h"
 #include "files/log.h"
-#include "files/paths.h"
 #include "shell/hooks.h"
 #include "shell/menus.h"
 #include "shell/startup.h"
@@ -24,8 +28,8 @@ namespace {
 
 std::string trace;
 
-// Not run by itself: the tests below start it in a copy of the program, with
-// a window under Xvfb or with a display nobody listens on.
+// Run only by the tests below, with a window under Xvfb or with a display
+// nobody listens on.
 TEST(ShellProgram, DISABLED_StartAndEnd) {
   xvfb_class server;
   const bool window = getenv("SHELL_TEST_WINDOW") != nullptr;
@@ -42,8 +46,7 @@ TEST(ShellProgram, DISABLED_StartAndEnd) {
     trace += s.str();
   };
   shell_hooks.save_prefs = [] { printf("prefs saved\n"); };
-  // Mesa's "4.5" version text counts as 100, below the minimum: only
-  // --force_run lets the run go on.
+  // Mesa's "4.5" counts as 100, below the minimum: --force_run goes on.
   const char* argv[] = {"zephyra-installer", "--force_run"};
   const int up = MACIBM_init(window ? 2 : 1, argv);
   printf("init=%d\n", up);
@@ -60,7 +63,6 @@ bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-// Runs the start-up above in a copy of this program; its output and its log.
 std::pair<child_result, std::string> start(bool window) {
   const std::string dir = make_temp_dir();
   const child_result r = run_copy(dir, "ShellProgram.DISABLED_StartAndEnd",
@@ -76,14 +78,12 @@ TEST(StartUp, WindowProbeAndLogComeUpInOrderAndGoDownAgain) {
   EXPECT_TRUE(has(r.out, "win_now=-1 ogl_inited=1 menus=1520 workers=" +
                              std::to_string(UTL_count_processors()) + " finishup=1 keys=1"))
       << r.out;
-  // Metrics, images and colours after the probe, then two frames of the
-  // start-up screen at the minimum bar (0.02 of 1008, from 8).
+  // After the probe, two frames of the start-up screen at the least bar (0.02 of 1008, from 8).
   EXPECT_TRUE(has(r.out, "trace=pix0,images,colours,[Will init plugins.@28.16]"
                          "[Starting application.@28.16]\n"))
       << r.out;
   EXPECT_TRUE(has(r.out, "prefs saved\nafter: window=0 workers=0 log_open=0")) << r.out;
 
-  // Heading, machine lines, threads, then the probe; threads end cleanly.
   EXPECT_EQ(0u, text.find("log.txt for Zephyra 8.50 Installer"));
   // Start-up empties app_path on purpose: the folder is logged blank.
   EXPECT_TRUE(has(text, "Cirrovan folder= case sensitive=1\n"));
@@ -102,39 +102,6 @@ TEST(StartUp, WithoutADisplayItSaysSoInOneLineAndStopsItsThreads) {
   EXPECT_TRUE(has(text, "Clean exit from threads.\n"));
 }
 
-TEST(AppPath, ProgramFolderIsFoundAndAppPathStaysEmpty) {
-  std::string out;
-  app_path = "stale/";
-  g_case_sensitive = 0;
-  MACIBM_set_app_path(&out);
-  EXPECT_EQ(std::string(ZEPHYRA_BINARY_DIR) + "/", out);
-  EXPECT_EQ(1, g_case_sensitive);
-  // Given app_path itself, the result is discarded on purpose.
-  MACIBM_set_app_path(&app_path);
-  EXPECT_TRUE(app_path.empty());
-}
-
-TEST(InitScreen, BarFollowsTheFractionWithinItsLimits) {
-  shell_test_reset();
-  static std::vector<float> ends;
-  ends.clear();
-  shell_hooks.draw_init_screen = [](const std::string&, float end) { ends.push_back(end); };
-  float two = 2, zero = 0;
-  plot_init_lights = 0;
-  MACIBM_show_init("hidden", &two);   // not yet shown: nothing drawn
-  plot_init_lights = 1;
-  mnw.ui_left = 128;
-  MACIBM_show_init("full", &two);
-  MACIBM_show_init("least", &zero);
-  // Without a fraction the call counter moves the bar a hundredth a call.
-  for (int i = 0; i < 150; ++i) MACIBM_show_init("count", nullptr);
-  const float least = 0.02f * 1008 + 136, full = 1016 + 128;
-  ASSERT_EQ(152u, ends.size());
-  EXPECT_EQ((std::vector<float>{full, least, least, 0.5f * 1008 + 136, full}),
-            (std::vector<float>{ends[0], ends[1], ends[3], ends[52], ends[151]}));
-  mnw.ui_left = 0;
-}
-
 TEST(Links, OpenWithTheDesktopsXdgOpen) {
   const std::string dir = make_temp_dir(), url = "http://www.example.com/a b?c=1&d=2";
   std::ofstream(dir + "xdg-open") << "#!/bin/sh\nprintf '%s' \"$1\" > '" << dir << "opened'\n";
@@ -143,10 +110,99 @@ TEST(Links, OpenWithTheDesktopsXdgOpen) {
   setenv("PATH", (dir + ":" + old_path).c_str(), 1);
   EXPECT_EQ(0, go_to_URL(url));
   setenv("PATH", old_path.c_str(), 1);
-  // The call doesn't wait for the browser; give the script a moment.
+  // The call doesn't wait for the browser.
   for (int i = 0; i < 100 && read_file(dir + "opened").empty(); ++i) usleep(20000);
   EXPECT_EQ(url, read_file(dir + "opened"));
   remove_tree(dir);
+}
+
+long task_count() {
+  std::filesystem::directory_iterator tasks("/proc/self/task");
+  return std::distance(begin(tasks), end(tasks));
+}
+
+TEST(ProcessorCount, CountsModelNameLinesAndFallsBackToOne) {
+  const std::string dir = make_temp_dir(), path = dir + "cpuinfo";
+  // Only lines that begin with the key count; a machine that lists none, or
+  // whose file can't be read, gets one.
+  const struct { const char* text; int count; } cases[] = {
+      {"processor\t: 0\nmodel name\t: A\nprocessor\t: 1\nmodel name\t: A\n"
+       "model name\t: A\n  model name indented\nflags\t: model name\n", 3},
+      {"processor\t: 0\n", 1},
+      {nullptr, 1}};
+  for (const auto& c : cases) {
+    unlink(path.c_str());
+    if (c.text) std::ofstream(path) << c.text;
+    EXPECT_EQ(c.count, UTL_count_processors_in(path.c_str())) << (c.text ? c.text : "missing");
+  }
+  remove_tree(dir);
+}
+
+// A reader blocked for ever is woken by a later write from another thread.
+TEST(MessageQueue, KeepsOrderWakesAWaitingReaderAndTimesOut) {
+  UTL_message_queue* q = nullptr;
+  UTL_message_queue_create(&q);
+  EXPECT_EQ(nullptr, UTL_message_queue_read(q, 50));
+  int a = 1, b = 2;
+  UTL_message_queue_write(q, &a);
+  EXPECT_EQ(&a, UTL_message_queue_read(q, 0));
+  std::thread writer([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    UTL_message_queue_write(q, &a);
+    UTL_message_queue_write(q, &b);
+  });
+  EXPECT_EQ(&a, UTL_message_queue_read(q, -1));
+  writer.join();
+  EXPECT_EQ(&b, UTL_message_queue_read(q, -1));
+  UTL_message_queue_destroy(q);
+}
+
+std::atomic<int> arrived{0};
+
+// Returns once all n calls are held at the same time, or after 5 s.
+void* wait_for_all(void* n) {
+  ++arrived;
+  const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (arrived.load() < *static_cast<int*>(n) && std::chrono::steady_clock::now() < give_up)
+    std::this_thread::yield();
+  return reinterpret_cast<void*>(long(arrived.load()));
+}
+
+TEST(WorkerPool, OneWorkerPerProcessorRunningTogetherAndAllStopAtShutdown) {
+  const long before = task_count();
+  THREAD_init();
+  int n = UTL_count_processors();
+  EXPECT_EQ(before + n, task_count());
+  // n calls that each wait for the others all see n only if n workers run at once.
+  arrived = 0;
+  std::vector<THREAD_call*> calls;
+  for (int i = 0; i < n; ++i) calls.push_back(THREAD_run_async(wait_for_all, &n));
+  for (THREAD_call* c : calls) {
+    while (!THREAD_is_done(c, 100)) {
+    }
+    EXPECT_EQ(n, reinterpret_cast<long>(THREAD_cleanup(c))) << "calls did not run side by side";
+  }
+  THREAD_shutdown();
+  EXPECT_EQ(before, task_count());
+}
+
+void* raise_alert(void*) {
+  MACIBM_alert(0, "worker text one", "worker text two", "", "", alert_warning);
+  return nullptr;
+}
+
+TEST(WorkerPool, AnAlertInAWorkerReachesTheCallerAsAFatalAlert) {
+  child_result r = run_in_child([] {
+    THREAD_init();
+    THREAD_call* call = THREAD_run_async(raise_alert, nullptr);
+    // Even a warning raised on a worker ends the process once the caller learns of it.
+    for (int i = 0; i < 100; ++i) THREAD_is_done(call, 50);
+    printf("survived\n");
+    return 0;
+  });
+  EXPECT_EQ(SIGABRT, r.signal) << r.out;
+  EXPECT_NE(std::string::npos, r.out.find("worker text one\n\nworker text two"));
+  EXPECT_EQ(std::string::npos, r.out.find("survived"));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "support.h"
 
-#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -52,36 +51,30 @@ void shell_test_reset() {
   PUMP_set_time_source(test_clock);
 }
 
-// Forks; the child sends its output to out_path and runs body.
-static child_result fork_to(const std::string& out_path, const std::function<int()>& body) {
+child_result run_in_child(const std::function<int()>& body) {
+  char path[] = "/tmp/shell_child_XXXXXX";
+  const int fd = mkstemp(path);
+  if (fd < 0) return child_result();
   fflush(stdout);
   fflush(stderr);
-  pid_t pid = fork();
+  const pid_t pid = fork();
   if (pid == 0) {
-    int fd = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     dup2(fd, 1);
     dup2(fd, 2);
-    int code = body();
+    const int code = body();
     fflush(stdout);
     fflush(stderr);
     _exit(code);
   }
+  close(fd);
   int status = 0;
   waitpid(pid, &status, 0);
   child_result r;
-  r.out = read_file(out_path);
-  unlink(out_path.c_str());
+  r.out = read_file(path);
+  unlink(path);
   if (WIFEXITED(status)) r.exit_code = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) r.signal = WTERMSIG(status);
   return r;
-}
-
-child_result run_in_child(const std::function<int()>& body) {
-  char path[] = "/tmp/shell_child_XXXXXX";
-  int fd = mkstemp(path);
-  if (fd < 0) return child_result();
-  close(fd);
-  return fork_to(path, body);
 }
 
 child_result run_copy(const std::string& folder, const std::string& test,
@@ -90,7 +83,7 @@ child_result run_copy(const std::string& folder, const std::string& test,
   const std::string copy = "cp /proc/" + std::to_string(getpid()) + "/exe '" + exe + "'";
   if (system(copy.c_str()) != 0) return child_result();
   const std::string filter = "--gtest_filter=" + test;
-  return fork_to(folder + "output.txt", [&] {
+  return run_in_child([&] {
     for (const std::string& e : env) putenv(const_cast<char*>(e.c_str()));
     execl(exe.c_str(), exe.c_str(), "--gtest_also_run_disabled_tests", filter.c_str(),
           static_cast<char*>(nullptr));

@@ -1,24 +1,21 @@
-// Shared pieces of the shell tests: the application hooks, a clock the test
-// moves, a fresh shell state, and running code in a child process.
+// Shared by the window tests: application hooks, a clock the test moves, a
+// fresh shell state, and running code in a child process.
 #pragma once
 #include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
-// What the pump calls in the application; each test sets what it needs.
+// What the application hooks were called with; on_app_update runs each frame.
 extern std::function<void()> on_app_update;
 extern std::vector<int> menu_ids_seen;
-// Every APP_handlekey call as (mode, code).
-extern std::vector<std::pair<int, int>> app_keys_seen;
+extern std::vector<std::pair<int, int>> app_keys_seen;   // (mode, code)
 
-// The pump's clock, in microseconds, moved by the test.
-extern unsigned long long test_now_us;
+extern unsigned long long test_now_us;   // the pump's clock
 // Moves the clock by seconds and runs one frame.
 void frame_after(double seconds);
 
-// mnw, hooks, menus, strings and the pump's statics back to a fresh start,
-// with the test clock in place.
+// The shell's state back to a fresh start, with the test clock in place.
 void shell_test_reset();
 
 struct child_result {
@@ -28,8 +25,8 @@ struct child_result {
 };
 // Runs body in a forked child; its exit code is body's return value.
 child_result run_in_child(const std::function<int()>& body);
-// Runs this test program again, as a copy in its own folder (so its
-// Log.txt is private), with one test selected and extra environment.
+// Runs one test of a copy of this program in folder (its Log.txt goes
+// there), with extra environment.
 child_result run_copy(const std::string& folder, const std::string& test,
                       const std::vector<std::string>& env);
 

@@ -1,5 +1,4 @@
-// The real window under a private Xvfb with Mesa: properties, GL state,
-// visual search, and input sent through XTEST.
+// The real window under a private Xvfb with Mesa, input sent through XTEST.
 #include <gtest/gtest.h>
 
 #include <GL/gl.h>
@@ -34,11 +33,11 @@ property read_property(const char* name) {
   int format = 0;
   unsigned long count = 0, after = 0;
   unsigned char* data = nullptr;
-  XGetWindowProperty(dpy, win, atom(name), 0, 256, False, AnyPropertyType, &p.type, &format,
+  XGetWindowProperty(dpy, win, atom(name), 0, 1 << 20, False, AnyPropertyType, &p.type, &format,
                      &count, &after, &data);
   if (format == 8) p.bytes.assign(reinterpret_cast<const char*>(data), count);
-  for (unsigned long i = 0; format == 32 && i < count; ++i)
-    p.items.push_back(static_cast<unsigned long>(reinterpret_cast<const long*>(data)[i]));
+  const unsigned long* longs = reinterpret_cast<const unsigned long*>(data);
+  if (format == 32) p.items.assign(longs, longs + count);
   if (data) XFree(data);
   return p;
 }
@@ -127,16 +126,7 @@ TEST_F(RealWindow, OpensAtTheLayoutSizeWithNamesHintsAndEwmhProperties) {
 // Task bars read the icon as sizes one after another, each ARGB and top row
 // first: a flipped or channel-swapped picture would still "work".
 TEST_F(RealWindow, CarriesItsIconTopRowFirstInArgb) {
-  Atom type = None;
-  int format = 0;
-  unsigned long count = 0, after = 0;
-  unsigned char* data = nullptr;
-  XGetWindowProperty(dpy, win, atom("_NET_WM_ICON"), 0, 1 << 20, False, XA_CARDINAL, &type,
-                     &format, &count, &after, &data);
-  ASSERT_NE(nullptr, data);
-  const std::vector<unsigned long> v(reinterpret_cast<unsigned long*>(data),
-                                     reinterpret_cast<unsigned long*>(data) + count);
-  XFree(data);
+  const std::vector<unsigned long> v = read_property("_NET_WM_ICON").items;
   ASSERT_EQ(2 + 48 * 48 + 2 + 128 * 128, v.size());
   for (size_t at = 0; at < v.size(); at += 2 + v[at] * v[at + 1]) {
     const unsigned long n = v[at];
@@ -144,16 +134,15 @@ TEST_F(RealWindow, CarriesItsIconTopRowFirstInArgb) {
     auto px = [&](unsigned long x, unsigned long y_from_top) { return v[at + 2 + y_from_top * n + x]; };
     auto channel = [](unsigned long p, int shift) { return (p >> shift) & 255; };
     EXPECT_EQ(0u, channel(px(0, 0), 24)) << n;  // rounded corner
-    // Sky above, pale cloud below, the red spinner in the middle.
-    const unsigned long sky = px(n / 8, n / 6), cloud = px(n / 8, n - n / 6), hub = px(n / 2, n / 2 + n / 30);
+    // Blue sky at the top, the red spinner in the middle.
+    const unsigned long sky = px(n / 8, n / 6), hub = px(n / 2, n / 2 + n / 30);
     EXPECT_EQ(255u, channel(hub, 24)) << n;
     EXPECT_GT(channel(sky, 0), channel(sky, 16) + 60) << n;
-    EXPECT_GT(channel(cloud, 16), 180u) << n;
     EXPECT_GT(channel(hub, 16), channel(hub, 8) + 80) << n;
   }
 }
 
-TEST_F(RealWindow, VisualMatchesTheStepFoundAndGlStateIsFixed) {
+TEST_F(RealWindow, VisualMatchesTheStepFoundGlStateIsFixedAndFramesPresent) {
   ASSERT_TRUE(mnw.alias_now >= 0 && mnw.alias_now <= 4);
   EXPECT_EQ(mnw.alias_now > 0, glIsEnabled(GL_MULTISAMPLE_ARB) == GL_TRUE);
   int samples = 0;
@@ -171,6 +160,16 @@ TEST_F(RealWindow, VisualMatchesTheStepFoundAndGlStateIsFixed) {
     EXPECT_EQ(e.second, v) << std::hex << e.first;
   }
   EXPECT_EQ(GL_NO_ERROR, glGetError());
+
+  // A frame presents what was drawn, as a screenshot reads the window back.
+  glViewport(0, 0, 1024, 768);
+  glClearColor(0, 1, 0, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
+  frame_after(0.02);
+  XImage* image = XGetImage(dpy, win, 10, 10, 1, 1, AllPlanes, ZPixmap);
+  ASSERT_NE(nullptr, image);
+  EXPECT_EQ(0x00ff00u, XGetPixel(image, 0, 0) & 0xffffffu);
+  XDestroyImage(image);
 }
 
 TEST_F(RealWindow, InputFromTheServerReachesTheFrames) {
@@ -207,18 +206,6 @@ TEST_F(RealWindow, InputFromTheServerReachesTheFrames) {
   XSync(dpy, False);
   frame_after(0.02);
   EXPECT_TRUE(PUMP_cursor_showing());
-}
-
-TEST_F(RealWindow, FramePresentsWhatWasDrawn) {
-  glViewport(0, 0, 1024, 768);
-  glClearColor(0, 1, 0, 1);
-  glClear(GL_COLOR_BUFFER_BIT);
-  frame_after(0.02);
-  // Read the window back from the server, as a screenshot would.
-  XImage* image = XGetImage(dpy, win, 10, 10, 1, 1, AllPlanes, ZPixmap);
-  ASSERT_NE(nullptr, image);
-  EXPECT_EQ(0x00ff00u, XGetPixel(image, 0, 0) & 0xffffffu);
-  XDestroyImage(image);
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-// A private X server for the window tests: Xvfb on a display number it picks
-// itself, with DISPLAY set for this process while it runs.
+// A private Xvfb on a display number it picks, with DISPLAY set while it runs.
 #pragma once
 #include <string>
 
 class xvfb_class {
  public:
-  // Starts Xvfb with one screen of width x height x 24; waits until it answers.
+  // One screen of width x height x 24; returns once it answers.
   bool start(int width, int height);
   // Closes the shell's connection and window, then stops the server.
   void stop();
