@@ -1,4 +1,3 @@
-// Path rules and file operations on a real temporary tree.
 #include "files/paths.h"
 
 #include <gtest/gtest.h>
@@ -51,7 +50,6 @@ TEST_F(PathsTest, SeparatorsCaseRepairAndLengthLimit) {
   };
   for (const auto& c : cases) EXPECT_EQ(fixed(root + c.in), root + c.want) << c.in;
 
-  // Relative paths are repaired from the working folder.
   char old[PATH_MAX];
   ASSERT_NE(getcwd(old, sizeof old), nullptr);
   ASSERT_EQ(chdir(root.c_str()), 0);
@@ -62,7 +60,7 @@ TEST_F(PathsTest, SeparatorsCaseRepairAndLengthLimit) {
   g_case_sensitive = 0;  // repair off: nothing is looked up
   EXPECT_EQ(fixed(root + ":resources:menus\\x"), root + "/resources/menus/x");
 
-  // 499 characters pass; 500 are fatal through the alert's console road.
+  // 499 characters pass; 500 are fatal.
   std::string p = root + ":resources:";
   p += std::string(499 - p.size(), 'n');
   EXPECT_EQ(fixed(p).size(), 499u);
@@ -115,12 +113,9 @@ TEST_F(PathsTest, ExistenceAndErrorNumbersOfFileOperations) {
 }
 
 TEST(ErrorStr, OwnNumbersPlatformNumbersAndUnknown) {
-  // The odd spelling is the product's own.
   EXPECT_EQ(error_str(20007), "We were unable to connct to the network due to an internal reconnect error");
   EXPECT_EQ(error_str(ENOTEMPTY), "Directory not empty");  // keyed by this platform's errno
   EXPECT_EQ(error_str(20013), "Unknown error occurred (20013)");
-  for (const err_msg_pair* p = kErrMsgs; p->text; ++p)
-    for (const err_msg_pair* q = kErrMsgs; q != p; ++q) EXPECT_NE(p->code, q->code) << p->code;
 }
 
 TEST(SplitPath, FileAndFolderParts) {
@@ -148,7 +143,7 @@ TEST_F(PathsTest, SystemFoldersAndLaunch) {
   EXPECT_EQ(p, root + "/.zephyra/");
   EXPECT_EQ(dir_exists(p), 1);  // made on the way
 
-  // The program is given in colon form and the wrong case; the caller ends.
+  // Given in colon form and the wrong case; the caller ends.
   const std::string out = root + "/argv.txt", script = root + "/Child.sh";
   std::ofstream(script) << "#!/bin/sh\nfor a in \"$0\" \"$@\"; do echo \"[$a]\"; done > " << out << ".part\nmv "
                         << out << ".part " << out << "\n";

@@ -1,5 +1,4 @@
-// One transfer against a loopback server that plays the response as each
-// case needs it.
+// One transfer against a loopback server that plays each case's response.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -19,7 +18,6 @@ class Transfer : public testing::Test {
   script_server srv;
   std::unique_ptr<down_class> d;
 
-  // Starts the transfer and waits for its request; returns the request head.
   std::string start(const char* path = "/f.zip", const char* body = nullptr) {
     d = std::make_unique<down_class>(
         "127.0.0.1", srv.port, path, body != nullptr,
@@ -64,8 +62,8 @@ TEST_F(Transfer, AResponseTrickledByteByByteCompletes) {
 }
 
 TEST_F(Transfer, BytesBehindAnInterimResponseWaitForTheNextRead) {
-  // Kept as it is: with no more data the final response is never read, and
-  // a clean close reads like no data.
+  // Kept as it is: the final response waits for more data, and a clean
+  // close reads like no data.
   start();
   srv.send("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\no");
   ASSERT_TRUE(step_until([&] { return d->status_code == 100; }));
@@ -81,8 +79,8 @@ TEST_F(Transfer, BytesBehindAnInterimResponseWaitForTheNextRead) {
 }
 
 TEST_F(Transfer, OnlyTheFirstExactContentLengthEndsATransfer) {
-  // The server closes after each response; a close reads like no data, so
-  // whatever lacks a usable length stays under way, header or body.
+  // The server closes after each response: whatever lacks a usable length
+  // stays under way, header or body.
   enum { complete, closed, in_body, in_header };
   const std::string ok = "HTTP/1.1 200 OK\r\n";
   const struct {
