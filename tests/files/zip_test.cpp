@@ -1,5 +1,3 @@
-// Unpacking archives made by Info-ZIP, by Python's zipfile and by our own
-// file_to_zip: modes, dates, links, skipped members, refusals, error numbers.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -22,14 +20,12 @@ struct stat lstat_of(const std::string& path) {
   EXPECT_EQ(lstat(path.c_str(), &st), 0) << path;
   return st;
 }
-// Mode bits and modification time as the archive gave them, not as now.
 void expect_same_mode_and_time(const std::string& got, const std::string& want) {
   struct stat g = lstat_of(got), w = lstat_of(want);
   EXPECT_EQ(g.st_mode & 07777, w.st_mode & 07777) << got;
   EXPECT_EQ(g.st_mtime, w.st_mtime) << got;
 }
 
-// A source tree, an output folder and the log, all under one scratch folder.
 struct ZipTest : ::testing::Test {
   temp_log log;
   std::string src = log.dir.file("src");
@@ -82,7 +78,7 @@ TEST_F(ZipTest, InfoZipRestoresContentModesDatesLinksAndSkipsMacMembers) {
   EXPECT_EQ(read_file(out + "__MACOS.txt"), "kept\n");
   EXPECT_EQ(read_file(log.dir.file("outside")), "untouched\n");
 
-  // Unpacking again over the result: existing folder, file and link are no error.
+  // Again over the result: existing folder, file and link are no error.
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   EXPECT_TRUE(S_ISLNK(lstat_of(out + "run").st_mode));
   EXPECT_EQ(log.text(), "");  // files and links that went well are not reported

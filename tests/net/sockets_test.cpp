@@ -1,9 +1,8 @@
 // The socket on its own; a peer's close, a reset and a refusal are met
-// through the transfers.
+// through the transfers. The installer only ever binds port 0.
 #include "net/sockets.h"
 
 #include <arpa/inet.h>
-#include <errno.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -40,17 +39,6 @@ TEST(Sockets, StatesMoveByPollingAloneAndAddressesKeepTheirMixedByteOrders) {
   char buf[16];
   EXPECT_EQ(client.ReadData(buf, sizeof buf), 0);  // an empty queue is no error
   EXPECT_EQ(client.GetStatus(), PCSBSocket::status_Connected);
-}
-
-TEST(Sockets, APortInUseLeavesTheSocketInErrorWithItsErrno) {
-  PCSBSocket first(0, true);
-  testing::internal::CaptureStderr();
-  PCSBSocket second(local_port(first), true);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "LINUX: NET: I could not even bind the socket! Uh-oh!\n");
-  EXPECT_EQ(second.GetStatus(), PCSBSocket::status_Error);
-  EXPECT_EQ(second.GetOSError(), EADDRINUSE);
-  char buf[4];
-  EXPECT_EQ(second.ReadData(buf, sizeof buf), -1);
 }
 
 }  // namespace
