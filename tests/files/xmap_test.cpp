@@ -112,15 +112,6 @@ TEST_F(Xmap, Headers) {
   for (const char* bad : {"I\n850 newer\n", "i\n840\n", "I"})
     EXPECT_EQ(open(bad)->check_file(file_type_text, versions, nullptr, nullptr), 0) << bad;
 
-  // Binary headers and reads: the byte order follows the first letter.
-  int v[] = {7, 0x01020304, 0};
-  EXPECT_EQ(open("i\x07\x00\x00"s)->check_file(file_type_binary, v, nullptr, nullptr), 0);
-  x = open("a\x01\x02\x03\x04" "\x00\x00\x01\x00"s);
-  EXPECT_EQ(x->check_file(file_type_binary, v, nullptr, nullptr), 0x01020304);
-  int32_t val = 0;
-  x->read_n_rev(reinterpret_cast<long>(&val), 4);
-  EXPECT_EQ(val, 256);
-  EXPECT_DEATH(x->read_n_rev(reinterpret_cast<long>(&val), 4), "");  // past the end
 }
 
 TEST_F(Xmap, Scans) {

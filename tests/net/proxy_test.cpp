@@ -27,9 +27,7 @@ TEST(Proxy, BothSettingsAreNeededAndExcludedEndingsMatchExactBytes) {
     http._proxy_host = k.host;
     http._proxy_port_int = k.port;
     gProxyExclude = k.exclude;
-    EXPECT_EQ(UseProxy(k.target, 8080), k.use);  // the port plays no part
-    EXPECT_EQ(ProxyPort(k.target, 8080), k.use ? 3128 : 8080);
-    EXPECT_STREQ(ProxyHost(k.target, 8080), k.use ? "cache" : k.target);
+    EXPECT_EQ(UseProxy(k.target, 8080), k.use);
   }
   http._proxy_host.clear();
   http._proxy_port_int = 0;
