@@ -1,18 +1,12 @@
 #include "targets.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <string>
 
 #include "files/alert.h"
 #include "files/paths.h"
@@ -23,8 +17,8 @@
 #include "install/preferences.h"
 #include "install/servers.h"
 #include "install/stage.h"
+#include "../net/net_support.h"  // also the sockets and streams the targets use
 #include "net/http.h"
-#include "../net/net_support.h"
 
 const fuzz_target_t kFuzzTargets[5] = {{"directory", fuzz_directory},
                                        {"servers", fuzz_servers},
