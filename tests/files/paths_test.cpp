@@ -67,8 +67,7 @@ TEST_F(PathsTest, SeparatorsCaseRepairAndLengthLimit) {
   EXPECT_DEATH((dup2(2, 1), set_dir_chars(p += "n")), "String too long!");
 }
 
-// Listings may be reused between calls, but only once a folder has been quiet
-// for a few seconds, hence the wait; a folder changed since must be listed again.
+// Listings of folders quiet for a few seconds are reused, hence the wait.
 TEST_F(PathsTest, RememberedListingsFollowChangesOnDisk) {
   ASSERT_EQ(mkdir((root + "/quiet").c_str(), 0755), 0);
   ASSERT_EQ(mkdir((root + "/quiet2").c_str(), 0755), 0);

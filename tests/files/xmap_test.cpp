@@ -1,5 +1,4 @@
-// The scanner's rules at blanks, line ends and the end of the data are the
-// grammar of every text file of the system, so they are pinned byte by byte.
+// The scanner is the grammar of every text file, so it is pinned byte by byte.
 #include "files/xmap.h"
 
 #include <gtest/gtest.h>

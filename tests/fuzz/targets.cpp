@@ -38,9 +38,8 @@ std::string guard_root;  // real path of the zip target's unpack folder; empty: 
 
 bool worker_always() { return true; }
 
-// One scratch folder per process. Every alert is taken off the console road:
-// the core believes it runs on a worker and throws the texts instead, which is
-// how a target sees a fatal alert without the process ending.
+// One scratch folder per process. Alerts throw, as on a worker thread, so a
+// fatal one does not end the process.
 const std::string& box() {
   // Never destroyed: the exit handler still needs it.
   static const std::string* path = [] {
@@ -58,8 +57,6 @@ void write_file(const std::string& path, const uint8_t* data, size_t size) {
   out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
   if (!out) fault("write", path);
 }
-
-// --- where the zip target may write ------------------------------------
 
 std::string real_or_empty(const std::string& path) {
   char* r = realpath(path.c_str(), nullptr);
@@ -125,8 +122,6 @@ extern "C" int __wrap_rename(const char* from, const char* to) {
   check("rename to", to, false, false);
   return __real_rename(from, to);
 }
-
-// --- the targets --------------------------------------------------------
 
 int fuzz_directory(const uint8_t* data, size_t size) {
   const std::string list = box() + "/directory.txt";
@@ -195,8 +190,7 @@ int fuzz_http(const uint8_t* data, size_t size) {
   if (peer < 0) fault("accept", strerror(errno));
   fcntl(peer, F_SETFL, O_NONBLOCK);
 
-  // The response goes out as the client reads it; then the peer closes its
-  // side, and the client is polled until nothing moves any more.
+  // The response, the peer's close, then polls until nothing moves.
   size_t sent = 0;
   int idle = 0;
   bool shut = false;

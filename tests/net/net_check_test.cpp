@@ -61,9 +61,8 @@ TEST_F(NetCheck, ThroughTheProxyTheTargetNamesTheServerAndTheResultComesWithTheL
   EXPECT_EQ(tmp.log(), "");
 }
 
-// Only the first exact Content-Length ends a transfer, however its bytes are
-// split. A close reads like no data, so whatever lacks a usable length stays
-// under way, header or body; and kept as it is, bytes behind an interim
+// Only the first exact Content-Length ends a transfer. A close reads like no
+// data, so all else stays under way; kept as it is, bytes behind an interim
 // response wait for a read that never comes.
 TEST_F(NetCheck, OnlyTheFirstExactContentLengthEndsATransfer) {
   const std::string ok = "HTTP/1.1 200 OK\r\n";
@@ -107,8 +106,7 @@ TEST_F(NetCheck, OnlyTheFirstExactContentLengthEndsATransfer) {
   }
 }
 
-// Every failure frees the slot and logs its report; lengths the counters
-// can't hold, endless headers and a disk that takes nothing are failures too,
+// Lengths the counters can't hold, endless headers and a full disk fail too,
 // never a success on a cut-short file.
 TEST_F(NetCheck, EveryFailureFreesTheSlotWithTheReportInTheLog) {
   EXPECT_EQ(http.net_check(0, "no-such-host.invalid", "/f.zip", dest), 2);
