@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(LogOpen, TruncatesAndWritesHeaderInFixedNotation) {
+TEST(LogOpen, HeaderInFixedNotationBesideTheProgramElseInTheUsersFolder) {
   temp_log t;
   std::ofstream(t.path) << "left over from the last run\n";
   log_open(t.path);
@@ -30,12 +30,9 @@ TEST(LogOpen, TruncatesAndWritesHeaderInFixedNotation) {
             "start ANY of your Cirrovan applications.\n\n"
             "1.500000\n");
   EXPECT_EQ(build_date_text("Oct  4 2006", "09:05:00"), "Oct 04 2006 09:05:00");
-}
 
-// An installed program's folder is not the user's to write: the log moves to
-// the user's own folder then, and is lost only when that fails too.
-TEST(LogOpen, BesideTheProgramElseInTheUsersFolder) {
-  temp_log t;
+  // An installed program's folder is not the user's to write: the log moves
+  // to the user's own folder then, and is lost only when that fails too.
   std::ofstream(t.dir.file("plain")) << "x";
   const std::string home = t.dir.file("home"), saved = getenv("HOME") ? getenv("HOME") : "";
   ASSERT_EQ(mkdir(home.c_str(), 0755), 0);
