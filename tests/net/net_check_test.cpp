@@ -97,7 +97,7 @@ TEST_F(NetCheck, OnlyTheFirstExactContentLengthEndsATransfer) {
       r = check("/f.zip", dest);
     }
     srv.hang_up();
-    for (int i = 0; i < 50 && r == 0; ++i, usleep(1000)) r = check("/f.zip", dest);
+    for (int i = 0; i < 100 && r == 0; ++i, usleep(2000)) r = check("/f.zip", dest);
     EXPECT_EQ(r, k.result);
     net_test::drop_slot(2);  // a partial file stays on disk
     if (k.file) {
