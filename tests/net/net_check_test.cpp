@@ -115,7 +115,6 @@ TEST_F(NetCheck, EveryFailureFreesTheSlotWithTheReportInTheLog) {
 
   net_test::write_file(tmp.file("plain"), "x");
   const std::string ok = "HTTP/1.1 200 OK\r\nContent-Length: ";
-  const std::string big = net_test::pattern_bytes(100000, 5);  // above one stdio buffer
   struct {
     std::string response;  // empty: nobody listens
     bool reset;
@@ -131,9 +130,8 @@ TEST_F(NetCheck, EveryFailureFreesTheSlotWithTheReportInTheLog) {
       // Past one stdio buffer, so the write itself fails; the line stays open.
       {ok + "9999999\r\n\r\n" + std::string(32 * 1024, 'x'), false, "/dev/full",
        report("/dev/full", "example", 0, 0, 1, 5, ENOSPC, "OK (#200)"), nullptr},
-      {ok + "100\r\n\r\n" + big.substr(0, 100), false, "/dev/full", "", nullptr},  // fails at the close
-      {ok + "3000000000\r\n\r\n" + big, false, dest, "", nullptr},
-      {ok + "4294967301\r\n\r\nhello", false, dest, "", nullptr},
+      {ok + "100\r\n\r\n" + std::string(100, 'b'), false, "/dev/full", "", nullptr},  // fails at the close
+      {ok + "4294967301\r\n\r\nhello", false, dest, "", nullptr},  // 5 if cut to 32 bits
       {"HTTP/1.1 200 OK\r\nX-Long: " + std::string(70000, 'a'), false, dest, "", nullptr},
       {"HTTP/1.1 200 OK\r\n" + std::string(9000, 'x') + ": 1\r\n" + std::string(60000, 'y') + ": 2\r\n", false,
        dest, "", nullptr},
@@ -172,11 +170,6 @@ TEST_F(NetCheck, NothingEverTimesOutBecauseTheStallClockIsTheFrameCountersBits) 
   EXPECT_EQ(check("/f.zip", dest), 2);
   EXPECT_EQ(http.down_objects[2], nullptr);
   EXPECT_EQ(tmp.log(), "");
-}
-
-TEST(AgentText, TheLastFourCharactersOfTheVersionOrNothing) {
-  EXPECT_EQ(make_agent_text("Zephyra 8.50 RC-1"), "Installer-LIN/RC-1");
-  EXPECT_EQ(make_agent_text("1.0"), "Installer-LIN/");
 }
 
 namespace {
