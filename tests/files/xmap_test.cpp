@@ -137,18 +137,13 @@ TEST_F(Xmap, Scans) {
 }
 
 TEST_F(Xmap, ScansStopAtAPageEndWithoutReadingPast) {
+  // The scans the list readers use.
   const struct { char kind; std::string tail, want; } cases[] = {
-      {'i', "-123", "-123"}, {'s', "+", "0"},         {'u', "-", "0"},   {'f', "2.5", "2.5"},
-      {'e', "1.5e2", "150"}, {'e', "4E-", "4"},       {'m', "SERVERS", "1"}, {'m', "SERV", "0"},
+      {'i', "-123", "-123"}, {'i', "-", "0"}, {'m', "SERVERS", "1"}, {'m', "SERV", "0"},
       {'\n', "tail  ", "tail  "}, {' ', "word", "word"},
   };
   for (const auto& c : cases) EXPECT_EQ(scanned(*open_at_page_end(c.tail), c.kind), c.want) << c.tail;
-  Map x = open_at_page_end("f,");
-  scanned(*x, ',');
-  scanned(*x, ',');
-  EXPECT_EQ(x->mem_ptr, x->mem_end + 1);
-  EXPECT_EQ(x->TXT_byt_scan(), 0);
-  x = open_at_page_end("");
+  Map x = open_at_page_end("");
   x->mem_ptr = x->mem_beg;
   x->TXT_prv_scan();  // a whole page of line ends
   EXPECT_EQ(x->mem_ptr, x->mem_end);
