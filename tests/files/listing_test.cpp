@@ -1,4 +1,3 @@
-// The folder listing behind the chooser and the destination check.
 #include "files/listing.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,3 @@
-// The log and data file headers, byte for byte.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +10,7 @@
 
 namespace {
 
-TEST(LogOpen, TruncatesAndWritesHeaderInFixedNotation) {
+TEST(LogOpen, HeaderInFixedNotationBesideTheProgramElseInTheUsersFolder) {
   temp_log t;
   std::ofstream(t.path) << "left over from the last run\n";
   log_open(t.path);
@@ -31,12 +30,9 @@ TEST(LogOpen, TruncatesAndWritesHeaderInFixedNotation) {
             "start ANY of your Cirrovan applications.\n\n"
             "1.500000\n");
   EXPECT_EQ(build_date_text("Oct  4 2006", "09:05:00"), "Oct 04 2006 09:05:00");
-}
 
-// An installed program's folder is not the user's to write: the log moves to
-// the user's own folder then, and is lost only when that fails too.
-TEST(LogOpen, BesideTheProgramElseInTheUsersFolder) {
-  temp_log t;
+  // An installed program's folder is not the user's to write: the log moves
+  // to the user's own folder then, and is lost only when that fails too.
   std::ofstream(t.dir.file("plain")) << "x";
   const std::string home = t.dir.file("home"), saved = getenv("HOME") ? getenv("HOME") : "";
   ASSERT_EQ(mkdir(home.c_str(), 0755), 0);
@@ -60,47 +56,32 @@ TEST(LogOpen, BesideTheProgramElseInTheUsersFolder) {
   EXPECT_EQ(version_text("zephyra-publish").rfind("zephyra-publish 8.50 build 85017 (compiled on ", 0), 0u);
 }
 
-class OufOpen : public ::testing::Test {
- protected:
-  void SetUp() override { ogl_inited = 0; }
-  void TearDown() override { ouf.close(), ouf.clear(); }
-  std::string file(const std::string& name) { return log_.dir.file(name); }
-  temp_log log_;
-};
-
-TEST_F(OufOpen, HeadersSeparatorsAndLowerCaseExtension) {
-  ASSERT_TRUE(ouf_open(file("a.txt"), file_type_text, 8500, "no-copyright-string"));
-  ouf << 2.0f;  // fixed notation on data files too
-  // A second open closes the first; the copyright text follows the word as given.
-  ASSERT_TRUE(ouf_open(file("b.txt"), file_type_text, 8500, "x"));
-  EXPECT_EQ(read_file(file("a.txt")), "I\n8500 version\n2.000000");
-  ASSERT_TRUE(ouf_open(file("c.bin"), file_type_binary, 0x01020304, "ignored"));
-  ASSERT_EQ(mkdir(file("Dir").c_str(), 0755), 0);
-  ASSERT_TRUE(ouf_open(log_.dir.path + "/Dir:Name.TXT", file_type_text, 1, "no-copyright-string"));
+// Data files: the settings are written through here.
+TEST(OufOpen, HeaderSeparatorsLowerCaseExtensionAndFailures) {
+  temp_log log;
+  ogl_inited = 0;
+  ASSERT_EQ(mkdir(log.dir.file("Dir").c_str(), 0755), 0);
+  ASSERT_TRUE(ouf_open(log.dir.path + "/Dir:Name.TXT", file_type_text, 1, "no-copyright-string"));
   ouf.close();
-  EXPECT_EQ(read_file(file("b.txt")), "I\n8500 versionx\n");
-  EXPECT_EQ(read_file(file("c.bin")), std::string("i\x04\x03\x02\x01", 5));
-  EXPECT_EQ(read_file(file("Dir/Name.txt")), "I\n1 version\n");
-}
+  EXPECT_EQ(read_file(log.dir.file("Dir/Name.txt")), "I\n1 version\n");
 
-TEST_F(OufOpen, UnwritablePathWarnsBadTypeAndOverlongPathAreFatal) {
-  std::ofstream(file("plain")) << "x";
-  const std::string path = file("plain/data.txt");  // a file can't hold a folder
+  std::ofstream(log.dir.file("plain")) << "x";
+  const std::string path = log.dir.file("plain/data.txt");  // a file can't hold a folder
   testing::internal::CaptureStdout();
   EXPECT_FALSE(ouf_open(path, file_type_text, 1, "no-copyright-string"));
   EXPECT_EQ(testing::internal::GetCapturedStdout().rfind("Cirrovan Error:\nI could not save the file!", 0), 0u);
-  EXPECT_NE(log_.text().find("\n" + path + "\nCould the file be flagged as read-only?"), std::string::npos);
-  EXPECT_TRUE(ouf_open(file("ok.txt"), file_type_text, 2, "no-copyright-string"));  // not spoiled
+  EXPECT_NE(log.text().find("\n" + path + "\nCould the file be flagged as read-only?"), std::string::npos);
+  EXPECT_TRUE(ouf_open(log.dir.file("ok.txt"), file_type_text, 2, "no-copyright-string"));  // not spoiled
 
-  xer.flush();
-  EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), ouf_open(file("bad.txt"), 3, 1, "")),
-              testing::KilledBySignal(SIGABRT), "Bad ouf_open type!");
-  const std::string d = log_.dir.path, overlong = d + "/" + std::string(499 - d.size(), 'a');  // 500 characters
+  const std::string d = log.dir.path, overlong = d + "/" + std::string(499 - d.size(), 'a');  // 500 characters
   testing::internal::CaptureStdout();  // 499 pass the length check; the name is too long for the disk
   EXPECT_FALSE(ouf_open(overlong.substr(0, 499), file_type_text, 1, ""));
   testing::internal::GetCapturedStdout();
+  xer.flush();
   EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), ouf_open(overlong, file_type_text, 1, "")),
               testing::KilledBySignal(SIGABRT), "String too long!");
+  ouf.close();
+  ouf.clear();
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-// The tagged preference file in both directions through scan_class.
 #include <gtest/gtest.h>
 
 #include "files/prefs.h"
@@ -8,7 +7,6 @@ namespace {
 
 using namespace std::string_literals;
 
-// Reads one file and runs the tags the way a caller with defaults does.
 struct Loaded {
   int count = -7;
   float period = 0.5f;

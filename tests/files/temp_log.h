@@ -1,5 +1,4 @@
-// A scratch folder under /tmp with xer opened on a file inside it, so tests
-// can read back exactly what was logged.
+// A scratch folder with xer logging into it, to read back what was logged.
 #pragma once
 #include <stdlib.h>
 #include <unistd.h>

@@ -1,5 +1,3 @@
-// Unpacking archives made by Info-ZIP, by Python's zipfile and by our own
-// file_to_zip: modes, dates, links, skipped members, refusals, error numbers.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -22,14 +20,12 @@ struct stat lstat_of(const std::string& path) {
   EXPECT_EQ(lstat(path.c_str(), &st), 0) << path;
   return st;
 }
-// Mode bits and modification time as the archive gave them, not as now.
 void expect_same_mode_and_time(const std::string& got, const std::string& want) {
   struct stat g = lstat_of(got), w = lstat_of(want);
   EXPECT_EQ(g.st_mode & 07777, w.st_mode & 07777) << got;
   EXPECT_EQ(g.st_mtime, w.st_mtime) << got;
 }
 
-// A source tree, an output folder and the log, all under one scratch folder.
 struct ZipTest : ::testing::Test {
   temp_log log;
   std::string src = log.dir.file("src");
@@ -82,21 +78,18 @@ TEST_F(ZipTest, InfoZipRestoresContentModesDatesLinksAndSkipsMacMembers) {
   EXPECT_EQ(read_file(out + "__MACOS.txt"), "kept\n");
   EXPECT_EQ(read_file(log.dir.file("outside")), "untouched\n");
 
-  // Unpacking again over the result: existing folder, file and link are no error.
+  // Again over the result: existing folder, file and link are no error.
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 0) << log.text();
   EXPECT_TRUE(S_ISLNK(lstat_of(out + "run").st_mode));
   EXPECT_EQ(log.text(), "");  // files and links that went well are not reported
 }
 
-TEST_F(ZipTest, FirstNameUseNameAndAMemberWithoutItsFolder) {
+TEST_F(ZipTest, FirstNameAndAMemberWithoutItsFolder) {
   ASSERT_EQ(sh("cd '" + src + "' && mkdir sub && echo 1 > one.txt && echo 2 > two.txt && echo 3 > sub/x.txt"), 0);
   info_zip("", "one.txt two.txt");
-  std::string first = "unchanged", renamed = "renamed.txt";
+  std::string first = "unchanged";
   ASSERT_EQ(zip_to_file(zip, out, &first, 0), 0);
   EXPECT_EQ(first, "one.txt");
-  ASSERT_EQ(zip_to_file(zip, out, &renamed, 1), 0);
-  EXPECT_EQ(read_file(out + "renamed.txt"), "2\n");  // every member went there; the last wins
-  EXPECT_EQ(renamed, "one.txt");
 
   info_zip("-D", "sub/x.txt");  // -D: no folder members, so sub/ is never made
   EXPECT_EQ(zip_to_file(zip, out, nullptr, 0), 2);

@@ -1,20 +1,12 @@
 #include "targets.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <string>
 
 #include "files/alert.h"
 #include "files/paths.h"
@@ -25,6 +17,7 @@
 #include "install/preferences.h"
 #include "install/servers.h"
 #include "install/stage.h"
+#include "../net/net_support.h"  // also the sockets and streams the targets use
 #include "net/http.h"
 
 const fuzz_target_t kFuzzTargets[5] = {{"directory", fuzz_directory},
@@ -45,9 +38,8 @@ std::string guard_root;  // real path of the zip target's unpack folder; empty: 
 
 bool worker_always() { return true; }
 
-// One scratch folder per process. Every alert is taken off the console road:
-// the core believes it runs on a worker and throws the texts instead, which is
-// how a target sees a fatal alert without the process ending.
+// One scratch folder per process. Alerts throw, as on a worker thread, so a
+// fatal one does not end the process.
 const std::string& box() {
   // Never destroyed: the exit handler still needs it.
   static const std::string* path = [] {
@@ -66,18 +58,20 @@ void write_file(const std::string& path, const uint8_t* data, size_t size) {
   if (!out) fault("write", path);
 }
 
-// --- where the zip target may write ------------------------------------
-
 std::string real_or_empty(const std::string& path) {
   char* r = realpath(path.c_str(), nullptr);
-  if (!r) return std::string();
-  std::string out(r);
+  std::string out = r ? r : "";
   free(r);
   return out;
 }
 
 bool within_root(const std::string& real) {
   return real == guard_root || real.compare(0, guard_root.size() + 1, guard_root + "/") == 0;
+}
+
+bool exists_no_follow(const char* path) {
+  struct stat st;
+  return lstat(path, &st) == 0;
 }
 
 // Where a call on path lands: through the last component when follow is set
@@ -100,11 +94,6 @@ bool lands_inside(const char* path, bool follow) {
   return r.empty() || within_root(r + (base == "." ? "" : "/" + base));
 }
 
-bool exists_no_follow(const char* path) {
-  struct stat st;
-  return lstat(path, &st) == 0;
-}
-
 void check(const char* call, const char* path, bool follow, bool harmless) {
   if (guard_root.empty() || harmless || lands_inside(path, follow)) return;
   fault(call, std::string(path) + " is outside " + guard_root);
@@ -114,52 +103,25 @@ void check(const char* call, const char* path, bool follow, bool harmless) {
 
 // The zip target's program is linked with --wrap for each call that changes
 // the disk, so every one of them passes the guard first.
-extern "C" {
-FILE* __real_fopen(const char* path, const char* mode);
-int __real_mkdir(const char* path, mode_t mode);
-int __real_rmdir(const char* path);
-int __real_unlink(const char* path);
-int __real_rename(const char* from, const char* to);
-int __real_symlink(const char* target, const char* path);
-int __real_chmod(const char* path, mode_t mode);
-int __real_utimes(const char* path, const struct timeval times[2]);
-
-FILE* __wrap_fopen(const char* path, const char* mode) {
-  check("fopen", path, true, mode && !strpbrk(mode, "wa+"));
-  return __real_fopen(path, mode);
-}
-int __wrap_mkdir(const char* path, mode_t mode) {
-  check("mkdir", path, false, exists_no_follow(path));
-  return __real_mkdir(path, mode);
-}
-int __wrap_rmdir(const char* path) {
-  check("rmdir", path, false, !exists_no_follow(path));
-  return __real_rmdir(path);
-}
-int __wrap_unlink(const char* path) {
-  check("unlink", path, false, !exists_no_follow(path));
-  return __real_unlink(path);
-}
-int __wrap_rename(const char* from, const char* to) {
+#define GUARDED(ret, name, params, args, follow, harmless) \
+  extern "C" ret __real_##name params;                      \
+  extern "C" ret __wrap_##name params {                     \
+    check(#name, path, follow, harmless);                   \
+    return __real_##name args;                              \
+  }
+GUARDED(FILE*, fopen, (const char* path, const char* mode), (path, mode), true, mode && !strpbrk(mode, "wa+"))
+GUARDED(int, mkdir, (const char* path, mode_t mode), (path, mode), false, exists_no_follow(path))
+GUARDED(int, rmdir, (const char* path), (path), false, !exists_no_follow(path))
+GUARDED(int, unlink, (const char* path), (path), false, !exists_no_follow(path))
+GUARDED(int, symlink, (const char* target, const char* path), (target, path), false, false)
+GUARDED(int, chmod, (const char* path, mode_t mode), (path, mode), true, false)
+GUARDED(int, utimes, (const char* path, const struct timeval times[2]), (path, times), true, false)
+extern "C" int __real_rename(const char* from, const char* to);
+extern "C" int __wrap_rename(const char* from, const char* to) {
   check("rename from", from, false, false);
   check("rename to", to, false, false);
   return __real_rename(from, to);
 }
-int __wrap_symlink(const char* target, const char* path) {
-  check("symlink", path, false, false);
-  return __real_symlink(target, path);
-}
-int __wrap_chmod(const char* path, mode_t mode) {
-  check("chmod", path, true, false);
-  return __real_chmod(path, mode);
-}
-int __wrap_utimes(const char* path, const struct timeval times[2]) {
-  check("utimes", path, true, false);
-  return __real_utimes(path, times);
-}
-}
-
-// --- the targets --------------------------------------------------------
 
 int fuzz_directory(const uint8_t* data, size_t size) {
   const std::string list = box() + "/directory.txt";
@@ -207,68 +169,38 @@ int fuzz_prefs(const uint8_t* data, size_t size) {
   write_file(path, data, size);
   try {
     pref.IO_set(pref_set_installer, scan_read);
-    // The float tags live in the shell's set, read through the same scanner.
-    scan_class scan(path, scan_read);
-    float value = 0;
-    scan.float_io(&value, "_prd_FM");
   } catch (const exce_class&) {
   }
   return 0;
 }
 
-namespace {
-
-int listener(unsigned short* port) {
-  static int fd = -1;
-  static unsigned short bound = 0;
-  if (fd < 0) {
-    fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&a), len) != 0 || listen(fd, 16) != 0 ||
-        getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) != 0)
-      fault("listen", strerror(errno));
-    bound = ntohs(a.sin_port);
-  }
-  *port = bound;
-  return fd;
-}
-
-}  // namespace
-
 int fuzz_http(const uint8_t* data, size_t size) {
-  unsigned short port = 0;
-  const int lfd = listener(&port);
+  static unsigned short port = 0;
+  static const int lfd = net_test::loopback_socket(true, &port);
   http._proxy_host.clear();  // the prefs target may have set one
   http._proxy_port_int = 0;
   const std::string body_file = box() + "/down.bin";
   unlink(body_file.c_str());
 
-  std::map<std::string, std::string> headers = {
-      {"Host", "127.0.0.1"}, {"User-agent", "Installer-LIN/RC-1"}, {"Connection", "close"}};
-  auto* d = new down_class("127.0.0.1", port, "/zephyra/8.60r1/a b.zip", false, headers,
-                           nullptr, 0, body_file.c_str());
+  auto* d = new down_class("127.0.0.1", port, "/zephyra/8.60r1/a b.zip", false, {{"Host", "127.0.0.1"}}, nullptr, 0,
+                           body_file.c_str());
   pollfd p = {lfd, POLLIN, 0};
   if (poll(&p, 1, 5000) != 1) fault("http", "no connection");
   const int peer = accept(lfd, nullptr, nullptr);
   if (peer < 0) fault("accept", strerror(errno));
   fcntl(peer, F_SETFL, O_NONBLOCK);
 
-  // The response goes out as the client reads it; then the peer closes its
-  // side, and the client is polled until nothing moves any more.
+  // The response, the peer's close, then polls until nothing moves.
   size_t sent = 0;
   int idle = 0;
+  bool shut = false;
   char sink[4096];
   while (idle < 3 && !(d->IsDone() || d->IsComplete() || d->IsErr())) {
-    if (sent < size) {
-      const ssize_t n = send(peer, data + sent, size - sent, MSG_NOSIGNAL);
-      if (n > 0) sent += static_cast<size_t>(n);
-      if (sent == size) shutdown(peer, SHUT_WR);
-    } else if (size == 0 && sent == 0) {
+    const ssize_t n = sent < size ? send(peer, data + sent, size - sent, MSG_NOSIGNAL) : 0;
+    if (n > 0) sent += static_cast<size_t>(n);
+    if (sent == size && !shut) {
       shutdown(peer, SHUT_WR);
-      sent = 1;
+      shut = true;
     }
     while (recv(peer, sink, sizeof sink, 0) > 0) {
     }

@@ -1,5 +1,3 @@
-// The slot front end: requests through the proxy to a scripted loopback
-// server, results, the report block, the stall rule and misuse alerts.
 #include <errno.h>
 #include <gtest/gtest.h>
 
@@ -63,8 +61,54 @@ TEST_F(NetCheck, ThroughTheProxyTheTargetNamesTheServerAndTheResultComesWithTheL
   EXPECT_EQ(tmp.log(), "");
 }
 
+// Only the first exact Content-Length ends a transfer. A close reads like no
+// data, so all else stays under way; kept as it is, bytes behind an interim
+// response wait for a read that never comes.
+TEST_F(NetCheck, OnlyTheFirstExactContentLengthEndsATransfer) {
+  const std::string ok = "HTTP/1.1 200 OK\r\n";
+  const char* old = "an older and longer file";
+  const struct {
+    std::string response;
+    bool trickle;  // one byte a call
+    int result;  // 0: still under way
+    const char* file;  // what is on disk once the slot is freed; null: not looked at
+  } cases[] = {
+      {ok + "Content-Length: 5\r\nX-Two: a: b\r\n\r\nhello", true, 1, "hello"},
+      {ok + "Content-Length: 0\r\n\r\n", false, 1, ""},
+      {ok + "Content-Length: 3\r\nContent-Length: 10\r\n\r\nabc", false, 1, "abc"},
+      {"HTTP/1.1 100 Continue\r\n\r\n" + ok + "Content-Length: 2\r\n\r\nok", true, 1, "ok"},
+      {"HTTP/1.1 100 Continue\r\n\r\n" + ok + "Content-Length: 2\r\n\r\nok", false, 0, old},
+      {ok + "Content-Length: -5\r\n\r\nbody", false, 2, "body"},
+      {ok + "Content-Length: -1\r\n\r\nbody", false, 0, "body"},  // -1 is "unknown"
+      {ok + "Content-Length: 10\r\n\r\n12345", false, 0, "12345"},
+      {ok + "content-length: 4\r\n\r\nbody", false, 0, nullptr},
+      {"HTTP/1.1 200 \r\nContent-Length: 4\r\n\r\nbody", false, 0, old},  // one short
+      {"HTTP/1.1 2x0 OK\r\nContent-Length: 4\r\n\r\nbody", false, 0, old},
+  };
+  for (const auto& k : cases) {
+    SCOPED_TRACE(k.response);
+    net_test::write_file(dest, old);  // truncated once the body starts, not appended to
+    script_server srv;
+    net_test::proxy_to_loopback proxy(srv.port);
+    ASSERT_FALSE(srv.request([&] { check("/f.zip", dest); }).empty());
+    int r = 0;
+    for (size_t at = 0; at < k.response.size() && r == 0; at += k.trickle ? 1 : k.response.size()) {
+      srv.send(k.response.substr(at, k.trickle ? 1 : std::string::npos));
+      r = check("/f.zip", dest);
+    }
+    srv.hang_up();
+    for (int i = 0; i < 100 && r == 0; ++i, usleep(2000)) r = check("/f.zip", dest);
+    EXPECT_EQ(r, k.result);
+    net_test::drop_slot(2);  // a partial file stays on disk
+    if (k.file) {
+      EXPECT_EQ(read_file(dest), k.file);
+    }
+  }
+}
+
+// Lengths the counters can't hold, endless headers and a full disk fail too,
+// never a success on a cut-short file.
 TEST_F(NetCheck, EveryFailureFreesTheSlotWithTheReportInTheLog) {
-  // A name that doesn't resolve fails on the very first call.
   EXPECT_EQ(http.net_check(0, "no-such-host.invalid", "/f.zip", dest), 2);
   EXPECT_EQ(tmp.log(), "Translated server no-such-host.invalid to IP addy: 0.0.0.0 and port = 80\n" +
                            report(dest, "no-such-host.invalid", 0, 0, 1, 0, 20011, " (#0)"));
@@ -74,22 +118,26 @@ TEST_F(NetCheck, EveryFailureFreesTheSlotWithTheReportInTheLog) {
   struct {
     std::string response;  // empty: nobody listens
     bool reset;
-    std::string dest, log;
+    std::string dest, log;  // log empty: not looked at
     const char* file;  // what stays on disk; null: not looked at
   } cases[] = {
       {"", false, dest, report(dest, "example", 1, 0, 0, 3, 0, " (#-1)"), nullptr},
       {"HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\n\r\nnot here!", false, dest,
        report(dest, "example", 1, 1, 0, 3, 0, "Not Found (#404)"), "not here!"},
-      {ok + "100\r\n\r\npart", true, dest, report(dest, "example", 1, 0, 0, 3, 0, "OK (#200)"),
-       "part"},
+      {ok + "100\r\n\r\npart", true, dest, report(dest, "example", 1, 0, 0, 3, 0, "OK (#200)"), "part"},
       {ok + "4\r\n\r\nbody", false, tmp.file("plain/out.zip"),
        report(tmp.file("plain/out.zip"), "example", 1, 0, 1, 3, ENOTDIR, "OK (#200)"), nullptr},
       // Past one stdio buffer, so the write itself fails; the line stays open.
       {ok + "9999999\r\n\r\n" + std::string(32 * 1024, 'x'), false, "/dev/full",
        report("/dev/full", "example", 0, 0, 1, 5, ENOSPC, "OK (#200)"), nullptr},
+      {ok + "100\r\n\r\n" + std::string(100, 'b'), false, "/dev/full", "", nullptr},  // fails at the close
+      {ok + "4294967301\r\n\r\nhello", false, dest, "", nullptr},  // 5 if cut to 32 bits
+      {"HTTP/1.1 200 OK\r\nX-Long: " + std::string(70000, 'a'), false, dest, "", nullptr},
+      {"HTTP/1.1 200 OK\r\n" + std::string(9000, 'x') + ": 1\r\n" + std::string(60000, 'y') + ": 2\r\n", false,
+       dest, "", nullptr},
   };
   for (const auto& k : cases) {
-    SCOPED_TRACE(k.log);
+    SCOPED_TRACE(k.response.substr(0, 40));
     script_server srv;
     net_test::proxy_to_loopback proxy(k.response.empty() ? net_test::free_port() : srv.port);
     const size_t before = tmp.log().size();
@@ -100,37 +148,28 @@ TEST_F(NetCheck, EveryFailureFreesTheSlotWithTheReportInTheLog) {
     }
     EXPECT_EQ(net_test::fetch(2, "example", "/f.zip", k.dest), 2);
     EXPECT_EQ(http.down_objects[2], nullptr);
-    EXPECT_EQ(tmp.log().substr(before), k.log);
+    EXPECT_EQ(k.log.empty() ? "" : tmp.log().substr(before), k.log);
     if (k.file) {
       EXPECT_EQ(read_file(k.dest), k.file);
     }
+    net_test::drop_slot(2);
   }
 }
 
+// Kept as it is: the 30 s stall test reads the frame counter's bits as a
+// float, next to zero for any real count, so a silent server is waited on
+// forever; bits that read above 30 do fire it, with nothing logged.
 TEST_F(NetCheck, NothingEverTimesOutBecauseTheStallClockIsTheFrameCountersBits) {
-  // Kept as it is: the 30 s test reads the frame counter's storage as a
-  // float, which stays next to zero, so a silent server is waited on forever.
   script_server silent;
   net_test::proxy_to_loopback proxy(silent.port);
   ASSERT_FALSE(silent.request([&] { EXPECT_EQ(check("/f.zip", dest), 0); }).empty());
-  for (int frame : {100, 1000000000}) {
-    xtim.frame_count = frame;
-    xtim.real_time = static_cast<float>(frame) / 60.0f;
-    EXPECT_EQ(check("/f.zip", dest), 0) << frame;
-  }
-
-  // The test itself is there: once the bits read above 30 it fires, with
-  // nothing logged.
+  xtim.frame_count = 1000000000;
+  EXPECT_EQ(check("/f.zip", dest), 0);
   const float past = 31.0f;
   std::memcpy(&xtim.frame_count, &past, sizeof past);
   EXPECT_EQ(check("/f.zip", dest), 2);
   EXPECT_EQ(http.down_objects[2], nullptr);
   EXPECT_EQ(tmp.log(), "");
-}
-
-TEST(AgentText, TheLastFourCharactersOfTheVersionOrNothing) {
-  EXPECT_EQ(make_agent_text("Zephyra 8.50 RC-1"), "Installer-LIN/RC-1");
-  EXPECT_EQ(make_agent_text("1.0"), "Installer-LIN/");
 }
 
 namespace {
@@ -163,32 +202,4 @@ TEST(NetCheckDeathTest, SlotMisuseRaisesTheFatalAlert) {
                  "name!/You should!/Our convention is that a directory name does start with a "
                  "slash because it must include the hard drive,which is a dir char on unix!/" +
                      std::string(path) + "/level 2");
-}
-
-// Lengths the counters can't hold, a header that never ends and a disk that
-// takes nothing: each is a failure, never a success on a cut-short file.
-TEST_F(NetCheck, HugeLengthsEndlessHeadersAndAFullDiskFail) {
-  const std::string big = net_test::pattern_bytes(100000, 5);  // above one stdio buffer
-  const struct { const char* what; std::string answer; const char* file; } cases[] = {
-      {"3000000000", "HTTP/1.1 200 OK\r\nContent-Length: 3000000000\r\n\r\n" + big, nullptr},
-      {"4294967301", "HTTP/1.1 200 OK\r\nContent-Length: 4294967301\r\n\r\nhello", nullptr},
-      {"no line end", "HTTP/1.1 200 OK\r\nX-Long: " + std::string(70000, 'a'), nullptr},
-      {"many lines", "HTTP/1.1 200 OK\r\n" + std::string(9000, 'x') + ": 1\r\n" +
-                         std::string(60000, 'y') + ": 2\r\n", nullptr},
-      {"full disk, small", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n" + big.substr(0, 100),
-       "/dev/full"},
-      {"full disk, large", "HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n" + big, "/dev/full"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    script_server srv;
-    net_test::proxy_to_loopback proxy(srv.port);
-    const std::string file = c.file ? c.file : dest;
-    ASSERT_FALSE(srv.request([&] { check("/f.zip", file); }).empty());
-    srv.send(c.answer);
-    int r = 0;
-    net_test::poll_until([&] { return (r = check("/f.zip", file)) != 0; }, 3000);
-    EXPECT_EQ(r, 2);
-    net_test::drop_slot(2);
-  }
 }

@@ -24,9 +24,8 @@
 namespace net_test {
 
 inline std::string read_file(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
   std::stringstream ss;
-  ss << in.rdbuf();
+  ss << std::ifstream(path, std::ios::binary).rdbuf();
   return ss.str();
 }
 
@@ -71,7 +70,6 @@ struct scratch {
   }
 };
 
-// Calls step until it returns true, for at most ms milliseconds.
 template <class F>
 bool poll_until(F step, int ms = 5000) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
@@ -80,7 +78,7 @@ bool poll_until(F step, int ms = 5000) {
   return true;
 }
 
-// Polls a slot until it reports an end; 0 when it was still under way at the deadline.
+// 0 when the slot was still under way at the deadline.
 inline int fetch(int slot, const std::string& server, const std::string& path,
                  const std::string& file, int ms = 10000) {
   int r = 0;
@@ -88,13 +86,11 @@ inline int fetch(int slot, const std::string& server, const std::string& path,
   return r;
 }
 
-// Frees a slot whose transfer would never end by itself.
 inline void drop_slot(int slot) {
   delete http.down_objects[slot];
   http.down_objects[slot] = nullptr;
 }
 
-// A TCP socket bound to a free loopback port, listening or not.
 inline int loopback_socket(bool listening, unsigned short* port) {
   const int fd = socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in a{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
@@ -106,7 +102,6 @@ inline int loopback_socket(bool listening, unsigned short* port) {
   return fd;
 }
 
-// A loopback port nobody listens on at the moment.
 inline unsigned short free_port() {
   unsigned short port = 0;
   close(loopback_socket(false, &port));
@@ -127,9 +122,8 @@ class script_server {
   script_server(const script_server&) = delete;
   script_server& operator=(const script_server&) = delete;
 
-  // The request head once its blank line is in, calling step (which drives
-  // the client) while waiting; empty at the deadline. Answer only after it:
-  // closing over an unread request would turn into a reset.
+  // The request head, driving the client with step meanwhile; empty at the
+  // deadline. Answer only after it: closing over unread bytes is a reset.
   template <class F>
   std::string request(F step, int ms = 5000) {
     const bool in = poll_until([&] {
@@ -144,10 +138,9 @@ class script_server {
     return in ? got_ : "";
   }
   void send(const std::string& bytes) { ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
-  // An orderly close, or a reset.
   void hang_up(bool reset = false) {
     if (fd_ < 0) return;
-    linger l{1, 0};  // a zero linger turns the close into a reset
+    linger l{1, 0};
     if (reset) setsockopt(fd_, SOL_SOCKET, SO_LINGER, &l, sizeof l);
     close(fd_);
     fd_ = -1;
@@ -176,7 +169,6 @@ class nginx_server {
     for (int attempt = 0; attempt < 5 && pid_ <= 0; ++attempt) start();
   }
   ~nginx_server() {
-    // One process (no master), and everything it wrote goes with root.
     if (pid_ > 0 && kill(pid_, SIGKILL) == 0) waitpid(pid_, nullptr, 0);
   }
   nginx_server(const nginx_server&) = delete;

@@ -1,5 +1,4 @@
-// Real files from a real nginx, reached through the proxy settings (the
-// direct route would need port 80).
+// A real nginx, reached as a proxy: the direct route would need port 80.
 #include <gtest/gtest.h>
 
 #include "net/http.h"
