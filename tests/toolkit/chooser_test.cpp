@@ -96,29 +96,6 @@ TEST_F(Chooser, CancelAnotherScreenAndDoubledRoots) {
   }
 }
 
-// Both field forms give 1 only when the chooser gave a path, and only then change it.
-TEST_F(Chooser, FieldsChangeTheirPathOnlyOnSelect) {
-  for (int select : {0, 1})
-    for (int chr : {0, 1}) {
-      std::string path = root + "alpha";   // Select gives it back with its "/"
-      char chars[2048];
-      snprintf(chars, sizeof chars, "%s", path.c_str());
-      int got = -1;
-      on_app_update = [&] {
-        got = chr ? BTN_select_file_chr(100, 100, 999, 0, 2, chars, "Folder")
-                  : BTN_select_file_stl(100, 100, 999, 0, 2, &path, "Folder");
-      };
-      steps = {idle, [=] { click(select ? 115 : 45, 28); }, idle};
-      next_step = 0;
-      MACIBM_startwind(0);
-      click(330, 103);   // Browse
-      frame_after(0.02);
-      EXPECT_EQ(got, select) << chr;
-      EXPECT_EQ(chr ? std::string(chars) : path, root + (select ? "alpha/" : "alpha")) << chr;
-    }
-  on_app_update = nullptr;
-}
-
 TEST_F(Chooser, BadArgumentsAreFatal) {
   std::string path = root;
   char chars[2048] = "";

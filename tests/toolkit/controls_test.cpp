@@ -1,10 +1,12 @@
-// The controls and the text field, run by the frame pump with no display:
+// The controls, frames and hit boxes, run by the frame pump with no display:
 // posted pointer input, one frame at a time, as a screen meets them.
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <string>
 
+#include "app/interface.h"
+#include "files/mnw.h"
 #include "shell/keys.h"
 #include "shell/menus.h"
 #include "shell/pump.h"
@@ -13,6 +15,8 @@
 #include "toolkit/controls.h"
 #include "toolkit/draw.h"
 #include "toolkit/entry.h"
+#include "toolkit/frames.h"
+#include "toolkit/sheet.h"
 #include "toolkit/toolkit.h"
 
 namespace {
@@ -41,6 +45,15 @@ class Controls : public ::testing::Test {
   void TearDown() override {
     shell_test_reset();
     PUMP_set_time_source(nullptr);
+  }
+};
+
+class Frames : public Controls {
+ protected:
+  void SetUp() override {
+    Controls::SetUp();
+    mnw.win_dx = 400;
+    mnw.win_dy = 300;
   }
 };
 
@@ -157,20 +170,10 @@ TEST_F(Controls, ListOpensOverTheChosenItemAndTheChoiceArrivesInTheNextFrame) {
   EXPECT_EQ("One", menu[popup_menu].items[0].name);
 }
 
-TEST_F(Controls, SlidersAreHeldWhileTheButtonIsDown) {
-  float h = 0.5f;
-  on_app_update = [&] { BTN_horz_slider(100, 300, 200, 46, 2, 12, &h, 1, "", ""); };
-  move_to(150, 300);
-  PUMP_post_button(1);
-  frame_after(0.02);
-  EXPECT_FLOAT_EQ(4.5f, h);
-  move_to(500, 600);   // far off the trough: still held, clamped
-  frame_after(0.02);
-  EXPECT_FLOAT_EQ(12, h);
-  PUMP_post_button(0);
-
-  // The scroll bar: lo at the top, arrows beyond its ends, paging in the
-  // trough, repeating on the half-second tick while held.
+// The scroll bar: lo at the top, arrows beyond its ends, paging in the
+// trough, repeating on the half-second tick while held; the knob is held
+// while the button is down.
+TEST_F(Controls, ScrollBarStepsPagesAndHoldsItsKnob) {
   int v = 0, vheld = 0;
   on_app_update = [&] { vheld = BTN_vert_slider(0, 500, 100, 400, 0, 100, &v); };
   const struct { float y; int held, least, most; } clicks[] = {
@@ -218,6 +221,163 @@ TEST_F(Controls, TextFieldTakesTheFocusOnAClickAndEndsOnAPressElsewhere) {
   });
   EXPECT_NE(7, r.exit_code);
   EXPECT_NE(std::string::npos, r.out.find("String too long!")) << r.out;
+}
+
+
+// The DESTINATION button's cell and place on the main screen.
+const float bx = 10, by = 78, bu = 513, bv = 166, bw = 126, bh = 22;
+
+TEST_F(Controls, InstallerButtonAndHelpAnswerThePump) {
+  int hits = 0;
+  float v = 0;   // the cell the button drew from in the last frame
+  on_app_update = [&] {
+    OGL_plot_back_col();
+    hits += interface_rect(bx, by, bu, bv, bw, bh, 1, 1);
+    v = interface_rect_v(bx, by, bv, bw, bh, 1);
+    BTN_offer_help(bx, by, bx + bw, by + bh, "Choose the folder to install into");
+  };
+  frame_after(0.02);
+  EXPECT_EQ(bv, v);
+
+  // Over the button: the cell below; held: two below. The press fires once.
+  move_to(bx + bw, by + bh);
+  frame_after(0.02);
+  EXPECT_EQ(bv - (bh + 1), v);
+  PUMP_post_button(1);
+  frame_after(0.02);
+  EXPECT_EQ(1, hits);
+  EXPECT_EQ(bv - 2 * (bh + 1), v);
+  frame_after(0.02);
+  EXPECT_EQ(1, hits) << "a press counts for one frame only";
+
+  // Released elsewhere: the press still counted, and the button rests.
+  move_to(bx + bw + 1, by);
+  PUMP_post_button(0);
+  frame_after(0.02);
+  EXPECT_EQ(1, hits);
+  EXPECT_EQ(bv, v);
+
+  // Help is offered only while the pointer is on the button.
+  EXPECT_TRUE(stls[stls_help].empty());
+  move_to(bx, by);
+  frame_after(1.5);
+  EXPECT_EQ("Choose the folder to install into", stls[stls_help]);
+}
+
+
+// How strips are tiled is checked pixel by pixel under GL; here the types
+// that have no strip or panel.
+TEST_F(Frames, UnknownFrameTypes) {
+  std::vector<strip_quad> q;
+  EXPECT_FALSE(BTN_frame2_layout(21, 0, 0, 100, 100, &q));
+  EXPECT_FALSE(BTN_frame1_layout(6, 100, 50, 80, &q));
+  EXPECT_TRUE(q.empty());
+  const child_result r = run_in_child([] {
+    BTN_frame1(11, 100, 50, 80, 0);
+    return 7;
+  });
+  EXPECT_NE(7, r.exit_code);
+  EXPECT_NE(std::string::npos, r.out.find("Bad BTN_frame1 call!"));
+}
+
+TEST_F(Frames, PanelsAndTheVerticalStripTileBothWays) {
+  for (const panel_source& p : frame2_panels) {
+    std::vector<strip_quad> q;
+    ASSERT_TRUE(BTN_frame2_layout(p.type, 20, 30, 157, 95, &q));
+    // Covered once (the areas add up, nothing leaves the box), 1 to 1,
+    // with the source's corners at the corners.
+    float area = 0;
+    for (const strip_quad& k : q) {
+      EXPECT_TRUE(k.w == k.ds && k.h == k.dt && k.x >= 20 && k.x + k.w <= 177 && k.y >= 30 &&
+                  k.y + k.h <= 125 && k.s >= p.s && k.s + k.ds <= p.s + p.size)
+          << p.type;
+      area += k.w * k.h;
+    }
+    EXPECT_EQ(157 * 95, area) << p.type;
+    EXPECT_TRUE(q.front().s == p.s && q.front().t == p.t) << p.type;
+    EXPECT_EQ(p.t + p.size, q.back().t + q.back().dt) << p.type;
+  }
+  std::vector<strip_quad> q;
+  ASSERT_TRUE(BTN_frame0_layout(6, 490, 300, 260, &q));
+  EXPECT_EQ(300, q.front().y);
+  EXPECT_EQ(560, q.back().y + q.back().h);
+  for (const strip_quad& k : q) EXPECT_TRUE(k.x == 490 && k.h == k.dt && k.w == k.ds);
+}
+
+TEST_F(Frames, LabelsTakenApart) {
+  const char* expand[][4] = {
+      {"Speed|run fast{Runs at full speed", "Speed", "run fast", "Runs at full speed"},
+      {"|run at full speed all the time", "", "run at full speed all the time", ""},
+      {"plain", "plain", "", ""},
+      {"a|b|c", "a|b", "c", ""},
+      {"Field{tip", "Field", "", "tip"},
+  };
+  for (auto& e : expand) {
+    std::string left = "x", right = "x", help = "x";
+    BTN_expand_label(e[0], &left, &right, &help);
+    EXPECT_EQ((std::vector<std::string>{e[1], e[2], e[3]}),
+              (std::vector<std::string>{left, right, help}));
+  }
+  const char* split[][3] = {
+      {"Download folder", "Download", "folder"},
+      {"short label!", "short label!", ""},            // 12 characters stay whole
+      {"-a very long label here", "a very long label here", ""},
+      {"abcdefghijklmnop", "abcdefghijklmnop", ""},     // nowhere to break
+      {"left-handed-mouse", "left-handed-", "mouse"},   // nearest the middle, "-" on top
+      {"abcd efgh ijk", "abcd", "efgh ijk"},            // a tie goes to the first
+  };
+  for (auto& e : split) {
+    std::string top, bottom;
+    BTN_split_label(e[0], &top, &bottom);
+    EXPECT_EQ((std::vector<std::string>{e[1], e[2]}), (std::vector<std::string>{top, bottom}));
+  }
+}
+
+TEST_F(Frames, HitBoxesIncludeTheirEdgesAndIgnoreAnOpenMenu) {
+  struct probe {
+    float x, y;
+    int hit;
+  };
+  // interface_rect at (100, 200), 50 by 20, hot or not.
+  const probe rect[] = {{100, 200, 1}, {150, 220, 1}, {99.9f, 210, 0}, {150.1f, 210, 0},
+                        {125, 199.9f, 0}, {125, 220.1f, 0}};
+  // Close corners: x 7 to 25 and 375 to 393, y 281 to 299.
+  const probe zap[] = {{7, 281, 1},     {25, 299, 1},     {375, 281, 1},  {393, 299, 1},
+                       {6.9f, 290, 0},  {25.1f, 290, 0},  {374.9f, 290, 0}, {393.1f, 290, 0},
+                       {16, 280.9f, 0}, {16, 299.1f, 0}};
+  for (int menu : {-1, 3}) {
+    mnw.menu_open = menu;
+    for (int click = 0; click < 2; ++click) {
+      mnw.mouse_click = click;
+      for (const probe& p : rect) {
+        mnw.mouse_x = p.x, mnw.mouse_y = p.y;
+        for (int hot = 0; hot < 2; ++hot)
+          EXPECT_EQ(menu == -1 && click ? p.hit : 0,
+                    interface_rect(100, 200, 513, 166, 50, 20, hot, 0))
+              << p.x << "," << p.y;
+      }
+      for (const probe& p : zap) {
+        mnw.mouse_x = p.x, mnw.mouse_y = p.y;
+        EXPECT_EQ(menu == -1 && click ? p.hit : 0, BTN_zap_boxes(0)) << p.x << "," << p.y;
+      }
+    }
+  }
+
+  // The cell stays at rest when not hot, off the box or under an open menu;
+  // its other states are followed through the pump on the installer screen.
+  mnw.mouse_x = 110, mnw.mouse_y = 210, mnw.mouse_down = 1, mnw.menu_open = -1;
+  EXPECT_EQ(166, interface_rect_v(100, 200, 166, 50, 22, 0));
+  EXPECT_EQ(166, interface_rect_v(160, 200, 166, 50, 22, 1));
+  mnw.menu_open = 3;
+  EXPECT_EQ(166, interface_rect_v(100, 200, 166, 50, 22, 1));
+  // Help: none with a menu open; otherwise the last box under the pointer wins.
+  BTN_offer_help(100, 200, 150, 220, "help");
+  EXPECT_EQ("", stls[stls_help]);
+  mnw.menu_open = -1;
+  BTN_offer_help(100, 200, 150, 220, "first");
+  BTN_offer_help(0, 0, 400, 300, "last");
+  BTN_offer_help(300, 0, 400, 100, "elsewhere");
+  EXPECT_EQ("last", stls[stls_help]);
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 // The state cache and the primitives against real GL, pixels read back from
 // the back buffer.
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <string>
 
 #include "gl_suite.h"
@@ -164,28 +161,6 @@ TEST_F(Gl, TexturedQuadsCutTheirTexelsAndTexZeroKeepsTheBinding) {
   OGL_2dquad(0, 48, 1, 0, 0, 0, 0, 0, 1, 0, 1, 1, 1, 1, 1, 1, 0, 1, 0, 1, alpha_none);
   glGetIntegerv(GL_TEXTURE_BINDING_2D, &after);
   EXPECT_EQ(before, after);
-}
-
-TEST_F(Gl, ScreenshotsTakeTheNextFreeNumber) {
-  const std::string dir = make_temp_dir();
-  char old_cwd[4096];
-  ASSERT_NE(nullptr, getcwd(old_cwd, sizeof old_cwd));
-  ASSERT_EQ(0, chdir(dir.c_str()));
-  FILE* f = fopen("screenshot_2.png", "w");
-  ASSERT_NE(nullptr, f);
-  fclose(f);
-  colr.assign(90, 1, 0, 0);
-  OGL_fillrect(90, 1, 0, 0, 1024, 768);
-  OGL_screenshot(0);
-  EXPECT_EQ(255, scratch_array[0]);   // read even when not saved
-  EXPECT_EQ("", read_file(dir + "/screenshot_1.png"));
-  OGL_screenshot(1);
-  OGL_screenshot(1);
-  EXPECT_EQ("\x89PNG", read_file(dir + "/screenshot_1.png").substr(0, 4));
-  EXPECT_EQ("", read_file(dir + "/screenshot_2.png"));   // taken: left alone
-  EXPECT_EQ("\x89PNG", read_file(dir + "/screenshot_3.png").substr(0, 4));
-  ASSERT_EQ(0, chdir(old_cwd));
-  remove_tree(dir);
 }
 
 }  // namespace

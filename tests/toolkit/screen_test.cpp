@@ -1,16 +1,12 @@
-// The installer's screens. Run by the frame pump with no display, nothing is
-// drawn but the buttons, the close corners and the help text answer the
-// posted input frame by frame. Under Xvfb, a test screen with every frame
-// type, strip, panel, text form and picture of the toolkit is saved as
-// build/toolkit_screen.png so a person can look at it; it fails when a piece
-// draws nothing over the background: missing from the pictures, or cut from
-// the wrong place.
+// A test screen with every frame type, strip, panel, text form and picture
+// of the toolkit, saved as build/toolkit_screen.png for a person to look at.
+// It fails when a piece draws nothing over the background: missing from the
+// pictures, or cut from the wrong place.
 #include <string>
 
 #include "app/interface.h"
 #include "gl_suite.h"
 #include "shell/hooks.h"
-#include "shell/pump.h"
 #include "toolkit/colours.h"
 #include "toolkit/frames.h"
 #include "toolkit/sheet.h"
@@ -114,25 +110,6 @@ std::vector<piece> draw_test_screen() {
   return p;
 }
 
-// The DESTINATION button's cell and place on the main screen.
-const float bx = 10, by = 78, bu = 513, bv = 166, bw = 126, bh = 22;
-
-// Window pixels from the top left, as X gives them, for a point of the screen.
-void move_to(float x, float y) { PUMP_post_motion(int(x), int(768 - y)); }
-
-class HeadlessScreen : public ::testing::Test {
- protected:
-  void SetUp() override {
-    shell_test_reset();
-    TOOLKIT_install_hooks();
-  }
-  // The hooks and the test clock must not reach the window tests.
-  void TearDown() override {
-    shell_test_reset();
-    PUMP_set_time_source(nullptr);
-  }
-};
-
 // How many pixels of the box differ from the background colour.
 int ink_in(const std::vector<unsigned char>& rgb, const unsigned char back[3], const piece& b) {
   int n = 0;
@@ -170,44 +147,6 @@ TEST_F(TestScreen, EveryPieceDrawsAndTheScreenIsSaved) {
   unsigned char back[3];
   for (int c = 0; c < 3; ++c) back[c] = static_cast<unsigned char>(colr.col[33][c] * 255 + 0.5f);
   for (const piece& p : pieces) EXPECT_GT(ink_in(rgb, back, p), 0) << p.name << " drew nothing";
-}
-
-TEST_F(HeadlessScreen, ButtonsAndHelpAnswerThePumpWithoutADisplay) {
-  ASSERT_FALSE(OGL_live());
-  int hits = 0;
-  float v = 0;   // the cell the button drew from in the last frame
-  on_app_update = [&] {
-    OGL_plot_back_col();
-    hits += interface_rect(bx, by, bu, bv, bw, bh, 1, 1);
-    v = interface_rect_v(bx, by, bv, bw, bh, 1);
-    BTN_offer_help(bx, by, bx + bw, by + bh, "Choose the folder to install into");
-  };
-  frame_after(0.02);
-  EXPECT_EQ(bv, v);
-
-  // Over the button: the cell below; held: two below. The press fires once.
-  move_to(bx + bw, by + bh);
-  frame_after(0.02);
-  EXPECT_EQ(bv - (bh + 1), v);
-  PUMP_post_button(1);
-  frame_after(0.02);
-  EXPECT_EQ(1, hits);
-  EXPECT_EQ(bv - 2 * (bh + 1), v);
-  frame_after(0.02);
-  EXPECT_EQ(1, hits) << "a press counts for one frame only";
-
-  // Released elsewhere: the press still counted, and the button rests.
-  move_to(bx + bw + 1, by);
-  PUMP_post_button(0);
-  frame_after(0.02);
-  EXPECT_EQ(1, hits);
-  EXPECT_EQ(bv, v);
-
-  // Help is offered only while the pointer is on the button.
-  EXPECT_TRUE(stls[stls_help].empty());
-  move_to(bx, by);
-  frame_after(1.5);
-  EXPECT_EQ("Choose the folder to install into", stls[stls_help]);
 }
 
 }  // namespace

@@ -157,29 +157,6 @@ TEST_F(Text, NumberFieldsAndTheOverflowForm) {
   EXPECT_EQ('-', number(-500, 2, 0)[0]);
 }
 
-// Points and commas of a number field, by the built-in sheet's glyphs, keep
-// a clear column from the digits beside them, in both forms.
-TEST_F(Text, PointsAndCommasOfNumberFieldsKeepAColumnFromTheDigits) {
-  for (float value : {1234567.5f, 8888.88f, 12345678.f, 500.f}) {
-    std::vector<glyph_place> out;
-    text_number_layout(0, 0, value, value < 1000 ? 2 : value > 1e7f ? 4 : 9, 1, charset_UI_mono_10, &out);
-    std::vector<int> cols[2];   // digits, marks
-    for (const glyph_place& g : out) {
-      float s, t;
-      text_char_source(g.code, charset_UI_mono_10, glyph_mono_s, glyph_t, glyph_cell_w, glyph_cell_h, &s, &t);
-      for (int x = 0; x < glyph_cell_w; ++x)
-        for (int y = 0; y < glyph_cell_h; ++y)
-          if (t_interface_dat[((int(t) + y) * sheet_interface_w + int(s) + x) * 4 + 3]) {
-            cols[g.c == '.' || g.c == ','].push_back(int(g.x) + x);
-            break;
-          }
-    }
-    ASSERT_FALSE(cols[1].empty()) << value;
-    for (int m : cols[1])
-      for (int d : cols[0]) EXPECT_GT(std::abs(m - d), 1) << value << ": mark at " << m << ", digit at " << d;
-  }
-}
-
 TEST_F(Text, MisusesAreTold) {
   // A proportional charset is warned about and the number still drawn.
   child_result r = run_in_child([] {

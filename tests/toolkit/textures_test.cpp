@@ -1,9 +1,9 @@
-// The texture manager without a display: the sizes a picture is given,
-// record keeping, a missing texture in each failure mode, and the misuses
-// that end the process.
+// The texture manager and picture files without a display.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -28,58 +28,67 @@ sized scale_of(int load_type, int flags, int dx, int dy, int tex_res, int maxtex
   return s;
 }
 
-TEST(GetScale, EachTexResEachFlagAndTheOnePixelFloor) {
-  const float by_res[6] = {0.03125f, 0.0625f, 0.125f, 0.25f, 0.5f, 1.0f};
-  for (int r = 0; r <= 5; ++r) {
-    SCOPED_TRACE(r);
-    const float base = by_res[r];
-    sized s = scale_of(tex_manual, tex_col_rgba, 1024, 512, r);
-    EXPECT_FLOAT_EQ(base, s.scale);
-    EXPECT_EQ(static_cast<int>(1024 * base), s.tex_dx);
-    EXPECT_EQ(static_cast<int>(512 * base), s.tex_dy);
-    EXPECT_FLOAT_EQ(std::min(1.0f, base * 2), scale_of(tex_manual, tex_finer, 1024, 512, r).scale);
-    EXPECT_FLOAT_EQ(base / 2, scale_of(tex_manual, tex_coarser, 1024, 512, r).scale);
-    // Full size wins over tex_res and over the coarser flag; so does force.
-    EXPECT_FLOAT_EQ(1.0f, scale_of(tex_manual, tex_full_size | tex_coarser, 1024, 512, r).scale);
-    EXPECT_FLOAT_EQ(1.0f, scale_of(tex_manual, tex_col_rgba, 1024, 512, r, 1024, 1).scale);
-    // Other classes of texture are never scaled.
-    EXPECT_FLOAT_EQ(1.0f, scale_of(tex_bitmap, tex_col_rgba, 256, 256, r).scale);
-    EXPECT_FLOAT_EQ(1.0f, scale_of(tex_instrument, tex_coarser, 256, 256, r).scale);
-
-    // A one-pixel side, either one, holds the scale at 1.
-    for (const sized& s : {scale_of(tex_manual, tex_col_rgba, 1, 512, r),
-                           scale_of(tex_manual, tex_coarser, 512, 1, r)})
-      EXPECT_EQ((std::vector<float>{1, 1, 512}),
-                (std::vector<float>{s.scale, float(std::min(s.tex_dx, s.tex_dy)),
-                                    float(std::max(s.pic_dx, s.pic_dy))}));
-  }
-}
-
-TEST(GetScale, DriversLimitAndPowerOf2Rounding) {
+TEST(GetScale, ResolutionFlagsDriverLimitAndPowerOf2Rounding) {
   const int any = -1;
   const struct {
-    int load_type, flags, dx, dy, tex_res, maxtexdim;
+    int load_type, flags, dx, dy, tex_res, maxtexdim, force;
     sized want;
   } cases[] = {
+      {tex_manual, tex_col_rgba, 1024, 512, 0, 1024, 0, {0.03125f, 32, 16, 32, 16}},
+      {tex_manual, tex_col_rgba, 1024, 512, 3, 1024, 0, {0.25f, 256, 128, 256, 128}},
+      {tex_manual, tex_finer, 1024, 512, 3, 1024, 0, {0.5f, 512, 256, 512, 256}},
+      {tex_manual, tex_finer, 1024, 512, 5, 1024, 0, {1, 1024, 512, 1024, 512}},
+      {tex_manual, tex_coarser, 1024, 512, 3, 1024, 0, {0.125f, 128, 64, 128, 64}},
+      // Full size wins over tex_res and over the coarser flag; so does force.
+      {tex_manual, tex_full_size | tex_coarser, 1024, 512, 0, 1024, 0, {1, 1024, 512, 1024, 512}},
+      {tex_manual, tex_col_rgba, 1024, 512, 0, 1024, 1, {1, 1024, 512, 1024, 512}},
+      // Other classes of texture are never scaled.
+      {tex_bitmap, tex_col_rgba, 256, 256, 0, 1024, 0, {1, 256, 256, 256, 256}},
+      {tex_instrument, tex_coarser, 256, 256, 0, 1024, 0, {1, 256, 256, 256, 256}},
+      // A one-pixel side, either one, holds the scale at 1.
+      {tex_manual, tex_col_rgba, 1, 512, 0, 1024, 0, {1, 1, 512, 1, 512}},
+      {tex_manual, tex_coarser, 512, 1, 2, 1024, 0, {1, 512, 1, 512, 1}},
       // Halved while over the driver's limit, even one that is no power of 2.
-      {tex_manual, tex_full_size, 1024, 512, 5, 256, {0.25f, 256, 128, 256, 128}},
-      {tex_manual, tex_full_size, 1024, 1024, 5, 300, {0.25f, 256, 256, 256, 256}},
+      {tex_manual, tex_full_size, 1024, 512, 5, 256, 0, {0.25f, 256, 128, 256, 128}},
+      {tex_manual, tex_full_size, 1024, 1024, 5, 300, 0, {0.25f, 256, 256, 256, 256}},
       // Other sizes round up to a power of 2; 642 is the installer sheet's flags.
-      {tex_manual, 642, 1010, 764, 0, 1024, {1, 1024, 1024, 1010, 764}},
-      {tex_manual, tex_col_rgba, 1010, 764, 4, 1024, {0.5f, 512, 512, 505, 382}},
-      {tex_manual, tex_full_size, 3, 5, 5, 1024, {1, 4, 8, 3, 5}},
+      {tex_manual, 642, 1010, 764, 0, 1024, 0, {1, 1024, 1024, 1010, 764}},
+      {tex_manual, tex_col_rgba, 1010, 764, 4, 1024, 0, {0.5f, 512, 512, 505, 382}},
+      {tex_manual, tex_full_size, 3, 5, 5, 1024, 0, {1, 4, 8, 3, 5}},
       // Larger than any texture: held at 1024, the picture reduced to fit.
-      {tex_bitmap, tex_full_size, 2000, 64, 5, 4096, {1, 1024, any, 1024, any}},
+      {tex_bitmap, tex_full_size, 2000, 64, 5, 4096, 0, {1, 1024, any, 1024, any}},
   };
   for (const auto& c : cases) {
-    sized s = scale_of(c.load_type, c.flags, c.dx, c.dy, c.tex_res, c.maxtexdim);
+    sized s = scale_of(c.load_type, c.flags, c.dx, c.dy, c.tex_res, c.maxtexdim, c.force);
     if (c.want.tex_dy == any) s.tex_dy = s.pic_dy = any;
-    EXPECT_EQ((std::vector<int>{c.want.tex_dx, c.want.tex_dy, c.want.pic_dx, c.want.pic_dy}),
-              (std::vector<int>{s.tex_dx, s.tex_dy, s.pic_dx, s.pic_dy}))
-        << c.dx << "x" << c.dy << " limit " << c.maxtexdim;
-    EXPECT_FLOAT_EQ(c.want.scale, s.scale) << c.dx << "x" << c.dy;
+    EXPECT_EQ((std::vector<float>{c.want.scale, float(c.want.tex_dx), float(c.want.tex_dy),
+                                  float(c.want.pic_dx), float(c.want.pic_dy)}),
+              (std::vector<float>{s.scale, float(s.tex_dx), float(s.tex_dy), float(s.pic_dx),
+                                  float(s.pic_dy)}))
+        << c.dx << "x" << c.dy << " flags " << c.flags << " res " << c.tex_res;
   }
 }
+
+// PNG files from another writer, Python's zlib alone: RGBA, grey, and a
+// palette whose entry 0 is transparent through tRNS. Rows are given top first.
+const char* const kPngTool = R"PY(
+import struct, sys, zlib
+def chunk(t, d):
+    return struct.pack('>I', len(d)) + t + d + struct.pack('>I', zlib.crc32(t + d) & 0xffffffff)
+def write(path, w, h, ctype, rows, extra=b''):
+    raw = b''.join(b'\x00' + r for r in rows)
+    ihdr = struct.pack('>IIBBBBB', w, h, 8, ctype, 0, 0, 0)
+    with open(path, 'wb') as f:
+        f.write(b'\x89PNG\r\n\x1a\n' + chunk(b'IHDR', ihdr) + extra +
+                chunk(b'IDAT', zlib.compress(raw)) + chunk(b'IEND', b''))
+d = sys.argv[1]
+write(d + 'rgba.png', 2, 2, 6, [bytes(range(1, 9)), bytes(range(11, 19))])
+write(d + 'grey.png', 2, 2, 0, [bytes([10, 20]), bytes([30, 40])])
+write(d + 'pal.png', 3, 1, 3, [bytes([0, 1, 2])],
+      chunk(b'PLTE', bytes([255, 0, 0, 0, 255, 0, 0, 0, 255])) + chunk(b'tRNS', bytes([0])))
+)PY";
+
+using bytes = std::vector<unsigned char>;
 
 class Manager : public ::testing::Test {
  protected:
@@ -98,8 +107,22 @@ class Manager : public ::testing::Test {
     xer.flush();
     return read_file(dir + "Log.txt").find(text) != std::string::npos;
   }
+  // A picture whose every byte tells its place: (x, y, channel).
+  static void fill_scratch(int dx, int dy, int depth) {
+    for (int y = 0; y < dy; ++y)
+      for (int x = 0; x < dx; ++x)
+        for (int c = 0; c < depth; ++c)
+          scratch_array[(y * dx + x) * depth + c] = static_cast<unsigned char>(16 * x + 4 * y + c);
+  }
+  static void put(const std::string& path, const std::string& content) {
+    FILE* f = fopen(path.c_str(), "wb");
+    fwrite(content.data(), 1, content.size(), f);
+    fclose(f);
+  }
+  static bytes scratch(int n) { return bytes(scratch_array, scratch_array + n); }
   std::string dir;
 };
+class PictureFiles : public Manager {};
 
 bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
@@ -182,6 +205,86 @@ TEST_F(Manager, MissingFatalTextureAndMisusesEndTheProcess) {
   scratch_dx = scratch_dy = 4;
   EXPECT_EQ(1, tman.load_texture(tex_fail_instl, tex_max_ref, tex_col_rgba, tex_load_now,
                                  "scratch_array:top"));
+}
+
+// Our own writer's files are read back by the test screen (RGB) and the
+// texture tests (RGBA); here the reader meets another writer's.
+TEST_F(PictureFiles, PngsFromAnotherWriterAndBoxAveraging) {
+  put(dir + "pngtool.py", kPngTool);
+  ASSERT_EQ(0, system(("python3 " + dir + "pngtool.py " + dir).c_str()));
+  // The file's top row is scratch's last; a palette's entries but 0 are opaque.
+  const struct {
+    const char* file;
+    int depth;
+    bytes want;
+  } cases[] = {
+      {"rgba.png", 4, {11, 12, 13, 14, 15, 16, 17, 18, 1, 2, 3, 4, 5, 6, 7, 8}},
+      {"rgba.png", 3, {11, 12, 13, 15, 16, 17, 1, 2, 3, 5, 6, 7}},
+      {"grey.png", 4, {30, 30, 30, 255, 40, 40, 40, 255, 10, 10, 10, 255, 20, 20, 20, 255}},
+      {"grey.png", 1, {30, 40, 10, 20}},
+      {"pal.png", 4, {255, 0, 0, 0, 0, 255, 0, 255, 0, 0, 255, 255}},
+      {"pal.png", 3, {255, 0, 0, 0, 255, 0, 0, 0, 255}},
+  };
+  for (const auto& c : cases) {
+    ASSERT_EQ(1, load_png_into_scratch(dir + c.file, c.depth)) << c.file;
+    EXPECT_EQ(c.want, scratch(c.want.size())) << c.file << " as " << c.depth;
+  }
+
+  // Larger than its target: each target pixel is the mean of its box.
+  const unsigned char grey[8] = {0, 100, 10, 110, 20, 120, 30, 130};   // 4 by 2
+  memcpy(scratch_array, grey, 8);
+  ASSERT_EQ(1, write_png_to_disk(dir + "wide.png", 4, 2, 1));
+  ASSERT_EQ(1, load_png_into_scratch(dir + "wide.png", 1, 2, 1));
+  EXPECT_EQ(2, scratch_dx);
+  EXPECT_EQ(1, scratch_dy);
+  EXPECT_EQ((bytes{60, 70}), scratch(2));   // (0+100+20+120)/4, (10+110+30+130)/4
+}
+
+TEST_F(PictureFiles, BrokenPngsAreNamedInTheLog) {
+  EXPECT_EQ(0, load_png_into_scratch(dir + "none.png", 4));   // absent: quietly not there
+  put(dir + "text.png", "this is no picture at all");
+  EXPECT_EQ(0, load_png_into_scratch(dir + "text.png", 4));
+  EXPECT_TRUE(logged("PING-FILE ERROR!\nis_png=!png_sig_cmp(png_io_buf,0,8)\n"));
+
+  fill_scratch(8, 8, 4);
+  ASSERT_EQ(1, write_png_to_disk(dir + "cut.png", 8, 8, 4));
+  const std::string whole = read_file(dir + "cut.png");
+  put(dir + "cut.png", whole.substr(0, whole.size() / 2));
+  EXPECT_EQ(0, load_png_into_scratch(dir + "cut.png", 4));
+  EXPECT_TRUE(logged("PING-FILE ERROR!\nsetjmp(png_ptr->jmpbuf\n"));
+}
+
+TEST_F(PictureFiles, BmpRoundTripAndItsRefusals) {
+  fill_scratch(3, 2, 3);
+  const bytes want = scratch(18);
+  ASSERT_EQ(1, write_bmp_to_disk(dir + "pic.bmp", 3, 2, 3));
+  const std::string file = read_file(dir + "pic.bmp");
+  ASSERT_EQ(54u + 2 * 12, file.size());   // rows padded to 4 bytes
+  EXPECT_EQ(24, file[28]);
+  // Bottom row first, blue green red.
+  EXPECT_EQ((std::vector<int>{2, 1, 0, 16 + 2}), (std::vector<int>{file[54], file[55], file[56], file[57]}));
+
+  memset(scratch_array, 0, 32);
+  ASSERT_EQ(1, load_bmp_into_scratch(dir + "pic", 3));
+  EXPECT_EQ(3, scratch_dx);
+  EXPECT_EQ(2, scratch_dy);
+  EXPECT_EQ(want, scratch(18));
+  ASSERT_EQ(1, load_bmp_into_scratch(dir + "pic.bmp", 4));
+  EXPECT_EQ(255, scratch_array[5 * 4 + 3]);
+  EXPECT_EQ(want[5 * 3 + 1], scratch_array[5 * 4 + 1]);
+
+  std::string deep = file;
+  deep[28] = 32;
+  put(dir + "deep.bmp", deep);
+  EXPECT_EQ(0, load_bmp_into_scratch(dir + "deep.bmp", 4));
+  EXPECT_TRUE(logged("Wrong bitmap color depth for texture!\n"));
+
+  // A folder that is a regular file can't hold the picture.
+  put(dir + "plain", "x");
+  EXPECT_EQ(0, write_bmp_to_disk(dir + "plain/pic.bmp", 3, 2, 3));
+  EXPECT_TRUE(logged("Make sure you have all these folders... I can create files, but not "
+                     "folders!\nHere is the path:\n" + dir + "plain/pic.bmp\n"));
+  EXPECT_EQ(0, write_png_to_disk(dir + "plain/pic.png", 3, 2, 3));
 }
 
 }  // namespace
