@@ -96,19 +96,4 @@ TEST_F(Chooser, CancelAnotherScreenAndDoubledRoots) {
   }
 }
 
-TEST_F(Chooser, BadArgumentsAreFatal) {
-  std::string path = root;
-  char chars[2048] = "";
-  int top = 0, sel = 0;
-  const std::pair<std::function<void()>, const char*> table[] = {
-      {[&] { BTN_select_file_stl(0, 0, 997, 2, 18, &path, ""); }, "Bad open_save arg to BTN_select_file_stl!"},
-      {[&] { BTN_select_file_stl(0, 0, 999, 2, 18, &path, ""); }, "Bad file_path arg to BTN_select_file_stl!"},
-      {[&] { BTN_select_file_chr(0, 0, 998, 1, -1, chars, ""); }, "Bad file_type arg to BTN_select_file_chr!"},
-      {[&] { BTN_big_name_list(997, 0, 0, 0, 0, 0, &top, &sel, 0); }, "Bad big_name_list type!"}};
-  for (auto& [call, message] : table) {
-    const child_result r = run_in_child([&] { return call(), 0; });
-    EXPECT_NE(r.out.find(message), std::string::npos) << message << ": " << r.out;
-  }
-}
-
 }  // namespace

@@ -120,28 +120,11 @@ TEST_F(Controls, NumberFieldsClampRoundAndStepTheDigitUnderThePointer) {
     EXPECT_EQ(r.ret, ret) << r.name;
   }
 
-  // Integers go through a float: eight digits lose the last one, a double
-  // doesn't. The digits bound the rest; the sign column flips the sign.
-  int big = 87654321, two = 150, neg = -150;
-  double dbig = 87654321;
-  float signed_v = 12;
-  char text[4] = "a~ ";
-  on_app_update = [&] {
-    BTN_int_range(0, 100, &big, 9, 0, 1e9f, "");
-    BTN_dob_range(0, 200, &dbig, 9, 0, 0, 1e9, "");
-    BTN_int(0, 300, &two, 2, 0, "");
-    BTN_int(0, 400, &neg, 2, 1, "");
-    BTN_fltij(0, 500, &signed_v, 3, 0, 1, "");
-    BTN_chars(100, 600, text, 3, "");
-  };
-  click_at(2, 500);   // the sign column's lower half
-  EXPECT_EQ((std::vector<double>{87654320, 87654321, 99, -99, -12}),
-            (std::vector<double>{double(big), dbig, double(two), double(neg), signed_v}));
-  // Characters step round the printable set, up in the upper half.
-  click_at(105, 603);
-  click_at(115, 603);
-  click_at(125, 602);
-  EXPECT_STREQ("b ~", text);
+  // Integers go through a float: eight digits lose the last one.
+  int big = 87654321;
+  on_app_update = [&] { BTN_int_range(0, 100, &big, 9, 0, 1e9f, ""); };
+  frame_after(0.02);
+  EXPECT_EQ(87654320, big);
 }
 
 TEST_F(Controls, ListOpensOverTheChosenItemAndTheChoiceArrivesInTheNextFrame) {
@@ -264,21 +247,6 @@ TEST_F(Controls, InstallerButtonAndHelpAnswerThePump) {
   EXPECT_EQ("Choose the folder to install into", stls[stls_help]);
 }
 
-
-// How strips are tiled is checked pixel by pixel under GL; here the types
-// that have no strip or panel.
-TEST_F(Frames, UnknownFrameTypes) {
-  std::vector<strip_quad> q;
-  EXPECT_FALSE(BTN_frame2_layout(21, 0, 0, 100, 100, &q));
-  EXPECT_FALSE(BTN_frame1_layout(6, 100, 50, 80, &q));
-  EXPECT_TRUE(q.empty());
-  const child_result r = run_in_child([] {
-    BTN_frame1(11, 100, 50, 80, 0);
-    return 7;
-  });
-  EXPECT_NE(7, r.exit_code);
-  EXPECT_NE(std::string::npos, r.out.find("Bad BTN_frame1 call!"));
-}
 
 TEST_F(Frames, PanelsAndTheVerticalStripTileBothWays) {
   for (const panel_source& p : frame2_panels) {

@@ -112,38 +112,6 @@ TEST_F(Gl, RectanglesLinesAndScissorsLandOnTheirPixelsInTheSubWindow) {
   for (const auto& p : probes) EXPECT_EQ(p.rgb, rgb_at(p.x, p.y)) << p.x << "," << p.y;
 }
 
-TEST_F(Gl, OnlyATrueTransparencyBlendsFramesAndReachesGl) {
-  colr.assign(90, 1, 1, 1);
-  OGL_framerect(90, 0.99f, 0, 0, 10, 10);
-  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-  OGL_framerect(90, 0.98f, 0, 0, 10, 10);
-  EXPECT_TRUE(glIsEnabled(GL_BLEND));
-  OGL_line(90, 1, 0, 0, 10, 10);
-  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-  OGL_fillrect(90, 1, 0, 0, 10, 10);
-  EXPECT_TRUE(glIsEnabled(GL_BLEND));
-
-  // Up to 0.99 the alpha goes to GL; above it the colour is sent opaque.
-  float c[4];
-  OGL_set_colour(90, 0.99f);
-  glGetFloatv(GL_CURRENT_COLOR, c);
-  EXPECT_NEAR(0.99f, c[3], 1e-3);
-  OGL_set_colour(90, 0.995f);
-  glGetFloatv(GL_CURRENT_COLOR, c);
-  EXPECT_EQ(1.0f, c[3]);
-}
-
-TEST_F(Gl, BackgroundFillsTheWholeWindowUnderTheLight) {
-  mnw.win_x = 200;
-  mnw.win_y = 100;
-  colr.assign(33, 0.2f, 0.4f, 0.6f);
-  colr.lit[0] = 0.5f;
-  OGL_plot_back_col();
-  colr.lit[0] = 1;
-  EXPECT_EQ((std::vector<int>{26, 102, 153}), rgb_at(0, 0));
-  EXPECT_EQ((std::vector<int>{26, 102, 153}), rgb_at(1023, 767));
-}
-
 TEST_F(Gl, TexturedQuadsCutTheirTexelsAndTexZeroKeepsTheBinding) {
   recall_ins_texes();
   mnw.win_x = 10;

@@ -115,35 +115,4 @@ TEST_F(TextGl, StringLandsWhereItsArithmeticSaysInItsColour) {
   });
 }
 
-TEST_F(TextGl, StripsAreTiledFromTheirSourceColumnForColumn) {
-  for_each_sheet([](const unsigned char* pic) {
-    for (const strip_source& s : frame1_strips)
-      for (float w : {31.0f, 64.0f, 131.0f, 257.0f}) {
-        clear();
-        BTN_frame1(s.type, 301, 400, w, 0);
-        // Even width about an even centre; 9 and 10 four wider, 0 and 1 three lower.
-        const float wide = (s.type == 9 || s.type == 10) ? w + 4 : w;
-        const int half = static_cast<int>(std::lround(wide / 2));
-        const int left = 302 - half, right = 302 + half;
-        const int bottom = 400 - s.height / 2 - (s.type <= 1 ? 3 : 0);
-        const int rcap = s.total - s.body_end, tile = s.body_end - s.cap;
-        canvas want{pic};
-        // Left cap, whole tiles of the body, the right cap last, over the
-        // left one where they meet.
-        for (int x = left; x < right; ++x) {
-          int src = -1;
-          if (x - left < s.cap)
-            src = x - left;
-          else if (right - x > rcap)
-            src = s.cap + (x - left - s.cap) % tile;
-          if (src >= 0) want.blit(x, bottom, s.s + src, s.t, 1, s.height);
-          if (right - x <= rcap)
-            want.blit(x, bottom, s.s + s.body_end + x - right + rcap, s.t, 1, s.height);
-        }
-        EXPECT_EQ("", differences(want, left - 4, bottom - 4, right + 4, bottom + s.height + 4))
-            << "type " << s.type << " width " << w;
-      }
-  });
-}
-
 }  // namespace

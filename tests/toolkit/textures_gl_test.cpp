@@ -98,58 +98,6 @@ TEST_F(GlTextures, BuiltInPicturesSitAtTheLowerLeftOfPowerOf2Textures) {
   expect_lower_left(tex, w, h, t_installer_dat, 1010, 764);
 }
 
-TEST_F(GlTextures, SameSizeAgainTakesTheSubImagePath) {
-  load_plain(64, 32, 10);
-  const unsigned id = tman.record(700)->tex_id;
-  const int before = tman.sub_image_uploads;
-  load_plain(64, 32, 90);
-  EXPECT_EQ(before + 1, tman.sub_image_uploads);
-  EXPECT_EQ(id, tman.record(700)->tex_id);
-  int w = 0, h = 0;
-  std::vector<unsigned char> tex = read_back(700, &w, &h);
-  EXPECT_EQ(64, w);
-  EXPECT_EQ(90, tex[0]);
-  EXPECT_EQ(90, tex.back());
-
-  // Another size, or another format, is a fresh upload.
-  load_plain(128, 32, 50);
-  load_plain(128, 32, 50, tex_col_rgb);
-  EXPECT_EQ(before + 1, tman.sub_image_uploads);
-  tex = read_back(700, &w, &h);
-  EXPECT_EQ(128, w);
-  EXPECT_EQ(50, tex[4]);
-  EXPECT_EQ(255, tex[3]);
-}
-
-TEST_F(GlTextures, PngFileByNameWithMipmaps) {
-  const std::string dir = make_temp_dir();
-  for (int i = 0; i < 3 * 5; ++i) {
-    const unsigned char px[4] = {static_cast<unsigned char>(i * 10), 7, 9, 255};
-    memcpy(scratch_array + i * 4, px, 4);
-  }
-  ASSERT_EQ(1, write_png_to_disk(dir + "small.png", 3, 5, 4));
-  std::vector<unsigned char> pic(scratch_array, scratch_array + 3 * 5 * 4);
-
-  // Mipmaps by the driver, then by GLU for a driver without them.
-  for (int automini : {1, 0}) {
-    SCOPED_TRACE(automini);
-    glExt.automini_avail = automini;
-    const int ref = 710 + automini;
-    ASSERT_EQ(1, tman.load_texture(tex_fail_instl, ref, tex_col_rgba | tex_full_size | tex_mipmap,
-                                   tex_load_now, dir + "small"));
-    EXPECT_EQ(GL_LINEAR_MIPMAP_LINEAR, min_filter(ref));
-    int w = 0, h = 0;
-    std::vector<unsigned char> tex = read_back(ref, &w, &h);
-    EXPECT_EQ(4, w);
-    EXPECT_EQ(8, h);
-    expect_lower_left(tex, w, h, pic.data(), 3, 5);
-    read_back(ref, &w, &h, 1);
-    EXPECT_EQ(4, h);
-  }
-  glExt.automini_avail = 1;
-  remove_tree(dir);
-}
-
 TEST_F(GlTextures, BindRefReturnsEarlyWhenAlreadyBound) {
   load_plain(16, 16, 1);
   const GLint id = static_cast<GLint>(tman.record(700)->tex_id);

@@ -254,37 +254,4 @@ TEST_F(PictureFiles, BrokenPngsAreNamedInTheLog) {
   EXPECT_TRUE(logged("PING-FILE ERROR!\nsetjmp(png_ptr->jmpbuf\n"));
 }
 
-TEST_F(PictureFiles, BmpRoundTripAndItsRefusals) {
-  fill_scratch(3, 2, 3);
-  const bytes want = scratch(18);
-  ASSERT_EQ(1, write_bmp_to_disk(dir + "pic.bmp", 3, 2, 3));
-  const std::string file = read_file(dir + "pic.bmp");
-  ASSERT_EQ(54u + 2 * 12, file.size());   // rows padded to 4 bytes
-  EXPECT_EQ(24, file[28]);
-  // Bottom row first, blue green red.
-  EXPECT_EQ((std::vector<int>{2, 1, 0, 16 + 2}), (std::vector<int>{file[54], file[55], file[56], file[57]}));
-
-  memset(scratch_array, 0, 32);
-  ASSERT_EQ(1, load_bmp_into_scratch(dir + "pic", 3));
-  EXPECT_EQ(3, scratch_dx);
-  EXPECT_EQ(2, scratch_dy);
-  EXPECT_EQ(want, scratch(18));
-  ASSERT_EQ(1, load_bmp_into_scratch(dir + "pic.bmp", 4));
-  EXPECT_EQ(255, scratch_array[5 * 4 + 3]);
-  EXPECT_EQ(want[5 * 3 + 1], scratch_array[5 * 4 + 1]);
-
-  std::string deep = file;
-  deep[28] = 32;
-  put(dir + "deep.bmp", deep);
-  EXPECT_EQ(0, load_bmp_into_scratch(dir + "deep.bmp", 4));
-  EXPECT_TRUE(logged("Wrong bitmap color depth for texture!\n"));
-
-  // A folder that is a regular file can't hold the picture.
-  put(dir + "plain", "x");
-  EXPECT_EQ(0, write_bmp_to_disk(dir + "plain/pic.bmp", 3, 2, 3));
-  EXPECT_TRUE(logged("Make sure you have all these folders... I can create files, but not "
-                     "folders!\nHere is the path:\n" + dir + "plain/pic.bmp\n"));
-  EXPECT_EQ(0, write_png_to_disk(dir + "plain/pic.png", 3, 2, 3));
-}
-
 }  // namespace
