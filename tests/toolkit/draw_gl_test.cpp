@@ -1,11 +1,15 @@
-// The state cache and the primitives against real GL, pixels read back from
-// the back buffer.
+// The state cache, the primitives, the built-in textures and text against
+// real GL, pixels read back from the back buffer.
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <string>
 
 #include "gl_suite.h"
+#include "toolkit/builtin_images.h"
 #include "toolkit/colours.h"
 #include "toolkit/sheet.h"
+#include "toolkit/text.h"
 
 namespace {
 
@@ -129,6 +133,219 @@ TEST_F(Gl, TexturedQuadsCutTheirTexelsAndTexZeroKeepsTheBinding) {
   OGL_2dquad(0, 48, 1, 0, 0, 0, 0, 0, 1, 0, 1, 1, 1, 1, 1, 1, 0, 1, 0, 1, alpha_none);
   glGetIntegerv(GL_TEXTURE_BINDING_2D, &after);
   EXPECT_EQ(before, after);
+}
+
+class GlTextures : public GlSuite {
+ protected:
+  static void SetUpTestSuite() {
+    GlSuite::SetUpTestSuite();
+    // What the probe finds on a GL 4.5 driver.
+    glExt.tex_clamp_avail = 1;
+    glExt.automini_avail = 1;
+  }
+  static void TearDownTestSuite() {
+    glExt = OGL_extensions();
+    GlSuite::TearDownTestSuite();
+  }
+
+  // The texture of a reference as GL holds it, RGBA, row 0 the bottom.
+  static std::vector<unsigned char> read_back(int ref, int* w, int* h) {
+    glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, w);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, h);
+    std::vector<unsigned char> px(static_cast<size_t>(*w) * *h * 4);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, px.data());
+    tman.reset_bind();   // we bound behind the manager's back
+    return px;
+  }
+  static int min_filter(int ref) {
+    GLint f = 0;
+    glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &f);
+    tman.reset_bind();
+    return f;
+  }
+};
+
+// Where the picture is opaque its texels are its own; transparent ones keep
+// alpha 0 (their colour is the edge clean's); the rest of the texture is clear.
+void expect_lower_left(const std::vector<unsigned char>& tex, int tw, int th,
+                       const unsigned char* pic, int pw, int ph) {
+  int wrong = 0;
+  for (int y = 0; y < th && wrong < 5; ++y)
+    for (int x = 0; x < tw && wrong < 5; ++x) {
+      const unsigned char* t = &tex[(static_cast<size_t>(y) * tw + x) * 4];
+      bool ok = t[3] == 0;
+      if (x < pw && y < ph) {
+        const unsigned char* p = pic + (static_cast<size_t>(y) * pw + x) * 4;
+        ok = t[3] == p[3] && (p[3] == 0 || memcmp(t, p, 3) == 0);
+      }
+      if (!ok) {
+        ADD_FAILURE() << "texel " << x << ", " << y;
+        ++wrong;
+      }
+    }
+}
+
+TEST_F(GlTextures, BuiltInPicturesSitAtTheLowerLeftOfPowerOf2Textures) {
+  recall_ins_texes();
+  const struct {
+    int ref, dx, dy, tex;
+  } want[] = {{tex_interface, 512, 512, 512},
+              {tex_installer, 1010, 764, 1024},
+              {tex_back_1, 1024, 768, 1024},
+              {tex_back_2, 1024, 768, 1024}};
+  for (const auto& e : want) {
+    const ref_dat_struct* r = tman.record(e.ref);
+    ASSERT_NE(nullptr, r) << e.ref;
+    EXPECT_EQ((std::vector<float>{float(e.dx), float(e.dy), float(e.tex), float(e.tex)}),
+              (std::vector<float>{r->dx, r->dy, r->tex_dx, r->tex_dy})) << e.ref;
+    EXPECT_TRUE(glIsTexture(r->tex_id)) << e.ref;
+  }
+  // The interface sheet came last and is still there for the palette.
+  EXPECT_EQ(512, scratch_dx);
+  EXPECT_EQ(512, scratch_dy);
+  EXPECT_EQ(0, memcmp(scratch_array, t_interface_dat, 512 * 512 * 4));
+  // Pixel art is not smoothed; the pictures are.
+  EXPECT_EQ(GL_NEAREST, min_filter(tex_interface));
+  EXPECT_EQ(GL_LINEAR, min_filter(tex_installer));
+
+  int w = 0, h = 0;
+  std::vector<unsigned char> tex = read_back(tex_installer, &w, &h);
+  ASSERT_EQ(1024, w);
+  ASSERT_EQ(1024, h);
+  expect_lower_left(tex, w, h, t_installer_dat, 1010, 764);
+}
+
+// The bind cache is trusted: a binding changed behind its back stays
+// unseen until reset_bind; each unit keeps its own, and unit 0 stays active.
+TEST_F(GlTextures, BindRefSkipsWhatTheCacheHoldsBound) {
+  recall_ins_texes();
+  const GLint id = static_cast<GLint>(tman.record(tex_installer)->tex_id);
+  auto bound_now = [] {
+    GLint now = -1;
+    glGetIntegerv(GL_TEXTURE_BINDING_2D, &now);
+    return now;
+  };
+  tman.reset_bind();
+  tman.bind_ref(tex_installer, 0, 0);
+  EXPECT_EQ((std::vector<int>{id, GL_MODULATE}), (std::vector<int>{bound_now(), tman.bound_env[0]}));
+  glBindTexture(GL_TEXTURE_2D, 0);
+  tman.bind_ref(tex_installer, 0, 0);
+  EXPECT_EQ(0, bound_now());
+  tman.reset_bind();
+  tman.bind_ref(tex_installer, 0, 0);
+  EXPECT_EQ(id, bound_now());
+
+  tman.bind_ref(tex_installer, 1, 0);
+  GLint active = 0, on_1 = 0;
+  glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+  glActiveTexture(GL_TEXTURE1);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_1);
+  glActiveTexture(GL_TEXTURE0);
+  EXPECT_EQ((std::vector<int>{GL_TEXTURE0, id}), (std::vector<int>{active, on_1}));
+}
+
+enum { W = 1024, H = 768 };
+
+// What the window should hold, blended in drawing order over black.
+struct canvas {
+  const unsigned char* sheet;
+  std::vector<float> rgb = std::vector<float>(W * H * 3, 0.0f);
+
+  void blit(int x, int y, int s, int t, int w, int h, float b = 1) {
+    const float tint[3] = {1, 1, b};
+    for (int j = 0; j < h; ++j)
+      for (int i = 0; i < w; ++i) {
+        const unsigned char* p = sheet + (((t + j) & 511) * 512 + ((s + i) & 511)) * 4;
+        float* d = &rgb[((y + j) * W + x + i) * 3];
+        const float a = p[3] / 255.0f;
+        for (int c = 0; c < 3; ++c) d[c] = p[c] / 255.0f * tint[c] * a + d[c] * (1 - a);
+      }
+  }
+  void glyphs(const std::string& text, int x, int y, int step, int s0, float b = 1) {
+    for (char ch : text) {
+      int col = 0, row = 0;
+      text_cell(static_cast<unsigned char>(ch), &col, &row);
+      blit(x, y, s0 + col * glyph_cell_w, row * glyph_cell_h, glyph_cell_w, glyph_cell_h, b);
+      x += step ? step : text_advance(static_cast<unsigned char>(ch));
+    }
+  }
+};
+
+class TextGl : public GlSuite {
+ protected:
+  static void SetUpTestSuite() {
+    GlSuite::SetUpTestSuite();
+    recall_ins_texes();
+    noise.resize(512 * 512 * 4);
+    unsigned state = 12345;
+    for (unsigned char& b : noise)
+      b = static_cast<unsigned char>((state = state * 1103515245u + 12345u) >> 16);
+  }
+  static void use_sheet(const unsigned char* pic) {
+    memcpy(scratch_array, pic, 512 * 512 * 4);
+    scratch_dx = scratch_dy = 512;
+    tman.load_texture(tex_fail_fatal, tex_interface, tex_col_rgba, tex_load_now,
+                      "scratch_array:test sheet");
+  }
+  static void clear() {
+    mnw.win_x = mnw.win_y = 0;
+    glClear(GL_COLOR_BUFFER_BIT);
+  }
+  // Runs draw and check once for each sheet.
+  template <class F>
+  static void for_each_sheet(F body) {
+    const unsigned char* sheets[] = {t_interface_dat, noise.data()};
+    for (const unsigned char* pic : sheets) {
+      use_sheet(pic);
+      clear();
+      body(pic);
+    }
+  }
+  // Pixels of [x1, x2) by [y1, y2) off the canvas by more than rounding,
+  // with the first named; fails too when the canvas is black there.
+  static std::string differences(const canvas& want, int x1, int y1, int x2, int y2) {
+    const int w = x2 - x1, h = y2 - y1;
+    std::vector<unsigned char> got(w * h * 4);
+    glReadBuffer(GL_BACK);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadPixels(x1, y1, w, h, GL_RGBA, GL_UNSIGNED_BYTE, got.data());
+    int bad = 0, ink = 0;
+    std::string first;
+    for (int j = 0; j < h; ++j)
+      for (int i = 0; i < w; ++i)
+        for (int c = 0; c < 3; ++c) {
+          const float e = want.rgb[((y1 + j) * W + x1 + i) * 3 + c] * 255;
+          ink += e > 5;
+          if (std::fabs(e - got[(j * w + i) * 4 + c]) > 2.5f && bad++ == 0)
+            first = " first at " + std::to_string(x1 + i) + "," + std::to_string(y1 + j);
+        }
+    if (!ink) return "nothing to see";
+    return bad ? std::to_string(bad) + " differ" + first : "";
+  }
+  static inline std::vector<unsigned char> noise;
+};
+
+TEST_F(TextGl, StringLandsWhereItsArithmeticSaysInItsColour) {
+  for_each_sheet([](const unsigned char* pic) {
+    // In a sub-window at (12, 7): left edge round(100.4 + 12) = 112, cells
+    // from round(300.6 + 7) - 2 = 306, one advance apart. Slot 5 is
+    // yellow; braces have no glyph and take no room.
+    mnw.win_x = 12;
+    mnw.win_y = 7;
+    const std::string text = "Hello, {World} 0.5% \xF1!";
+    OGL_string(5, 100.4f, 300.6f, text, text_no_wrap, charset_UI_diff_space);
+    // Monospaced and wrapped: the second word a line lower at the left edge.
+    OGL_string(0, 50 - 12, 500 - 7, "Mi 42", 30, charset_UI_mono_10);
+    canvas want{pic};
+    want.glyphs(text, 112, 306, 0, glyph_prop_s, 0);
+    want.glyphs("Mi ", 50, 498, 10, glyph_mono_s);
+    want.glyphs("42", 50, 488, 10, glyph_mono_s);
+    EXPECT_EQ("", differences(want, 100, 296, 260, 325));
+    EXPECT_EQ("", differences(want, 40, 480, 120, 515));
+  });
 }
 
 }  // namespace
