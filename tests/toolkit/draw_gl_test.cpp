@@ -1,7 +1,6 @@
-// The state cache, the primitives, the built-in textures and text against
-// real GL, pixels read back from the back buffer.
+// The state cache, the primitives and the built-in textures against real GL,
+// pixels read back from the back buffer.
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <string>
 
@@ -9,7 +8,6 @@
 #include "toolkit/builtin_images.h"
 #include "toolkit/colours.h"
 #include "toolkit/sheet.h"
-#include "toolkit/text.h"
 
 namespace {
 
@@ -39,49 +37,31 @@ std::vector<int> cached() {
   return std::vector<int>(s, s + 7);
 }
 
-TEST_F(Gl, StateSwitchReachesGlAndClampsTheTextureCount) {
-  OGL_setstate(0, 0, 2, 7, 8, 10);
-  EXPECT_EQ(std::vector<bool>(7, true), switches());
+TEST_F(Gl, StateSwitchStartsFromGlReachesItAndClampsTheTextureCount) {
+  glEnable(GL_BLEND);   // behind the fresh cache's back: read on the first call
   OGL_setstate(1, 0, 3, 4, 9, 11);
   EXPECT_EQ(std::vector<bool>(7, false), switches());
+  EXPECT_EQ((std::vector<int>{1, 0, 3, 0, 0, 9, 11}), cached());
+  OGL_setstate(0, 0, 2, 7, 8, 10);
+  EXPECT_EQ(std::vector<bool>(7, true), switches());
   // Blending and the alpha test switch separately.
   OGL_setstate(1, 0, 3, 5, 9, 11);
   EXPECT_TRUE(glIsEnabled(GL_BLEND) && !glIsEnabled(GL_ALPHA_TEST));
   OGL_setstate(1, 0, 3, 6, 9, 11);
   EXPECT_TRUE(!glIsEnabled(GL_BLEND) && glIsEnabled(GL_ALPHA_TEST));
 
-  // More units than the driver has: all of them, at most the six walked.
-  ASSERT_GE(ren.max_tex_units, 2);
-  const int walked = std::min(6, ren.max_tex_units);
+  // More units than the driver has: all of them, at most the six walked,
+  // with unit 0 active again; fewer than none: none.
   OGL_setstate(1, ren.max_tex_units + 5, 3, 4, 9, 11);
   EXPECT_EQ(ren.max_tex_units, cached()[1]);
-  for (int u = 0; u < walked; ++u) EXPECT_TRUE(enabled_on_unit(u, GL_TEXTURE_2D)) << u;
+  for (int u = 0; u < std::min(6, ren.max_tex_units); ++u)
+    EXPECT_TRUE(enabled_on_unit(u, GL_TEXTURE_2D)) << u;
   GLint active = 0;
   glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
   EXPECT_EQ(GL_TEXTURE0, active);
-  OGL_setstate(1, 1, 3, 4, 9, 11);
-  for (int u = 0; u < walked; ++u) EXPECT_EQ(u == 0, enabled_on_unit(u, GL_TEXTURE_2D)) << u;
   OGL_setstate(1, -3, 3, 4, 9, 11);
   EXPECT_EQ(0, cached()[1]);
   EXPECT_FALSE(enabled_on_unit(0, GL_TEXTURE_2D));
-}
-
-TEST_F(Gl, CacheStartsFromGlAndIsTrustedUnlessBypassed) {
-  // Blending left on behind the cache's back is read on the first call.
-  glEnable(GL_BLEND);
-  OGL_setstate(1, 0, 3, 4, 9, 11);
-  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-  EXPECT_EQ((std::vector<int>{1, 0, 3, 0, 0, 9, 11}), cached());
-
-  // Once cached, a change behind its back stays unseen: that is the saving.
-  OGL_setstate(1, 0, 3, 5, 9, 11);
-  glDisable(GL_BLEND);
-  OGL_setstate(1, 0, 3, 5, 9, 11);
-  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-  ogl_cache_bypass = 1;
-  OGL_setstate(1, 0, 3, 5, 9, 11);
-  ogl_cache_bypass = 0;
-  EXPECT_TRUE(glIsEnabled(GL_BLEND));
 }
 
 TEST_F(Gl, RectanglesLinesAndScissorsLandOnTheirPixelsInTheSubWindow) {
@@ -245,107 +225,6 @@ TEST_F(GlTextures, BindRefSkipsWhatTheCacheHoldsBound) {
   glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_1);
   glActiveTexture(GL_TEXTURE0);
   EXPECT_EQ((std::vector<int>{GL_TEXTURE0, id}), (std::vector<int>{active, on_1}));
-}
-
-enum { W = 1024, H = 768 };
-
-// What the window should hold, blended in drawing order over black.
-struct canvas {
-  const unsigned char* sheet;
-  std::vector<float> rgb = std::vector<float>(W * H * 3, 0.0f);
-
-  void blit(int x, int y, int s, int t, int w, int h, float b = 1) {
-    const float tint[3] = {1, 1, b};
-    for (int j = 0; j < h; ++j)
-      for (int i = 0; i < w; ++i) {
-        const unsigned char* p = sheet + (((t + j) & 511) * 512 + ((s + i) & 511)) * 4;
-        float* d = &rgb[((y + j) * W + x + i) * 3];
-        const float a = p[3] / 255.0f;
-        for (int c = 0; c < 3; ++c) d[c] = p[c] / 255.0f * tint[c] * a + d[c] * (1 - a);
-      }
-  }
-  void glyphs(const std::string& text, int x, int y, int step, int s0, float b = 1) {
-    for (char ch : text) {
-      int col = 0, row = 0;
-      text_cell(static_cast<unsigned char>(ch), &col, &row);
-      blit(x, y, s0 + col * glyph_cell_w, row * glyph_cell_h, glyph_cell_w, glyph_cell_h, b);
-      x += step ? step : text_advance(static_cast<unsigned char>(ch));
-    }
-  }
-};
-
-class TextGl : public GlSuite {
- protected:
-  static void SetUpTestSuite() {
-    GlSuite::SetUpTestSuite();
-    recall_ins_texes();
-    noise.resize(512 * 512 * 4);
-    unsigned state = 12345;
-    for (unsigned char& b : noise)
-      b = static_cast<unsigned char>((state = state * 1103515245u + 12345u) >> 16);
-  }
-  static void use_sheet(const unsigned char* pic) {
-    memcpy(scratch_array, pic, 512 * 512 * 4);
-    scratch_dx = scratch_dy = 512;
-    tman.load_texture(tex_fail_fatal, tex_interface, tex_col_rgba, tex_load_now,
-                      "scratch_array:test sheet");
-  }
-  static void clear() {
-    mnw.win_x = mnw.win_y = 0;
-    glClear(GL_COLOR_BUFFER_BIT);
-  }
-  // Runs draw and check once for each sheet.
-  template <class F>
-  static void for_each_sheet(F body) {
-    const unsigned char* sheets[] = {t_interface_dat, noise.data()};
-    for (const unsigned char* pic : sheets) {
-      use_sheet(pic);
-      clear();
-      body(pic);
-    }
-  }
-  // Pixels of [x1, x2) by [y1, y2) off the canvas by more than rounding,
-  // with the first named; fails too when the canvas is black there.
-  static std::string differences(const canvas& want, int x1, int y1, int x2, int y2) {
-    const int w = x2 - x1, h = y2 - y1;
-    std::vector<unsigned char> got(w * h * 4);
-    glReadBuffer(GL_BACK);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(x1, y1, w, h, GL_RGBA, GL_UNSIGNED_BYTE, got.data());
-    int bad = 0, ink = 0;
-    std::string first;
-    for (int j = 0; j < h; ++j)
-      for (int i = 0; i < w; ++i)
-        for (int c = 0; c < 3; ++c) {
-          const float e = want.rgb[((y1 + j) * W + x1 + i) * 3 + c] * 255;
-          ink += e > 5;
-          if (std::fabs(e - got[(j * w + i) * 4 + c]) > 2.5f && bad++ == 0)
-            first = " first at " + std::to_string(x1 + i) + "," + std::to_string(y1 + j);
-        }
-    if (!ink) return "nothing to see";
-    return bad ? std::to_string(bad) + " differ" + first : "";
-  }
-  static inline std::vector<unsigned char> noise;
-};
-
-TEST_F(TextGl, StringLandsWhereItsArithmeticSaysInItsColour) {
-  for_each_sheet([](const unsigned char* pic) {
-    // In a sub-window at (12, 7): left edge round(100.4 + 12) = 112, cells
-    // from round(300.6 + 7) - 2 = 306, one advance apart. Slot 5 is
-    // yellow; braces have no glyph and take no room.
-    mnw.win_x = 12;
-    mnw.win_y = 7;
-    const std::string text = "Hello, {World} 0.5% \xF1!";
-    OGL_string(5, 100.4f, 300.6f, text, text_no_wrap, charset_UI_diff_space);
-    // Monospaced and wrapped: the second word a line lower at the left edge.
-    OGL_string(0, 50 - 12, 500 - 7, "Mi 42", 30, charset_UI_mono_10);
-    canvas want{pic};
-    want.glyphs(text, 112, 306, 0, glyph_prop_s, 0);
-    want.glyphs("Mi ", 50, 498, 10, glyph_mono_s);
-    want.glyphs("42", 50, 488, 10, glyph_mono_s);
-    EXPECT_EQ("", differences(want, 100, 296, 260, 325));
-    EXPECT_EQ("", differences(want, 40, 480, 120, 515));
-  });
 }
 
 }  // namespace
