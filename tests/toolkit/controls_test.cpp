@@ -247,31 +247,6 @@ TEST_F(Controls, InstallerButtonAndHelpAnswerThePump) {
   EXPECT_EQ("Choose the folder to install into", stls[stls_help]);
 }
 
-
-TEST_F(Frames, PanelsAndTheVerticalStripTileBothWays) {
-  for (const panel_source& p : frame2_panels) {
-    std::vector<strip_quad> q;
-    ASSERT_TRUE(BTN_frame2_layout(p.type, 20, 30, 157, 95, &q));
-    // Covered once (the areas add up, nothing leaves the box), 1 to 1,
-    // with the source's corners at the corners.
-    float area = 0;
-    for (const strip_quad& k : q) {
-      EXPECT_TRUE(k.w == k.ds && k.h == k.dt && k.x >= 20 && k.x + k.w <= 177 && k.y >= 30 &&
-                  k.y + k.h <= 125 && k.s >= p.s && k.s + k.ds <= p.s + p.size)
-          << p.type;
-      area += k.w * k.h;
-    }
-    EXPECT_EQ(157 * 95, area) << p.type;
-    EXPECT_TRUE(q.front().s == p.s && q.front().t == p.t) << p.type;
-    EXPECT_EQ(p.t + p.size, q.back().t + q.back().dt) << p.type;
-  }
-  std::vector<strip_quad> q;
-  ASSERT_TRUE(BTN_frame0_layout(6, 490, 300, 260, &q));
-  EXPECT_EQ(300, q.front().y);
-  EXPECT_EQ(560, q.back().y + q.back().h);
-  for (const strip_quad& k : q) EXPECT_TRUE(k.x == 490 && k.h == k.dt && k.w == k.ds);
-}
-
 TEST_F(Frames, LabelsTakenApart) {
   const char* expand[][4] = {
       {"Speed|run fast{Runs at full speed", "Speed", "run fast", "Runs at full speed"},
@@ -331,13 +306,7 @@ TEST_F(Frames, HitBoxesIncludeTheirEdgesAndIgnoreAnOpenMenu) {
     }
   }
 
-  // The cell stays at rest when not hot, off the box or under an open menu;
-  // its other states are followed through the pump on the installer screen.
-  mnw.mouse_x = 110, mnw.mouse_y = 210, mnw.mouse_down = 1, mnw.menu_open = -1;
-  EXPECT_EQ(166, interface_rect_v(100, 200, 166, 50, 22, 0));
-  EXPECT_EQ(166, interface_rect_v(160, 200, 166, 50, 22, 1));
   mnw.menu_open = 3;
-  EXPECT_EQ(166, interface_rect_v(100, 200, 166, 50, 22, 1));
   // Help: none with a menu open; otherwise the last box under the pointer wins.
   BTN_offer_help(100, 200, 150, 220, "help");
   EXPECT_EQ("", stls[stls_help]);
