@@ -96,7 +96,7 @@ TEST_F(Gl, RectanglesLinesAndScissorsLandOnTheirPixelsInTheSubWindow) {
   for (const auto& p : probes) EXPECT_EQ(p.rgb, rgb_at(p.x, p.y)) << p.x << "," << p.y;
 }
 
-TEST_F(Gl, TexturedQuadsCutTheirTexelsAndTexZeroKeepsTheBinding) {
+TEST_F(Gl, TexturedQuadsCutTheirTexels) {
   recall_ins_texes();
   mnw.win_x = 10;
   mnw.win_y = 20;
@@ -106,13 +106,6 @@ TEST_F(Gl, TexturedQuadsCutTheirTexelsAndTexZeroKeepsTheBinding) {
                1 / 512.0f, 1 / 512.0f, alpha_none);
   EXPECT_EQ((std::vector<int>{cell.r, cell.g, cell.b}), rgb_at(110, 120));
   EXPECT_EQ(black, rgb_at(111, 120));
-
-  GLint before = 0, after = -1;
-  glGetIntegerv(GL_TEXTURE_BINDING_2D, &before);
-  ASSERT_NE(0, before);
-  OGL_2dquad(0, 48, 1, 0, 0, 0, 0, 0, 1, 0, 1, 1, 1, 1, 1, 1, 0, 1, 0, 1, alpha_none);
-  glGetIntegerv(GL_TEXTURE_BINDING_2D, &after);
-  EXPECT_EQ(before, after);
 }
 
 class GlTextures : public GlSuite {
@@ -138,13 +131,6 @@ class GlTextures : public GlSuite {
     glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, px.data());
     tman.reset_bind();   // we bound behind the manager's back
     return px;
-  }
-  static int min_filter(int ref) {
-    GLint f = 0;
-    glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
-    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &f);
-    tman.reset_bind();
-    return f;
   }
 };
 
@@ -187,9 +173,6 @@ TEST_F(GlTextures, BuiltInPicturesSitAtTheLowerLeftOfPowerOf2Textures) {
   EXPECT_EQ(512, scratch_dx);
   EXPECT_EQ(512, scratch_dy);
   EXPECT_EQ(0, memcmp(scratch_array, t_interface_dat, 512 * 512 * 4));
-  // Pixel art is not smoothed; the pictures are.
-  EXPECT_EQ(GL_NEAREST, min_filter(tex_interface));
-  EXPECT_EQ(GL_LINEAR, min_filter(tex_installer));
 
   int w = 0, h = 0;
   std::vector<unsigned char> tex = read_back(tex_installer, &w, &h);
