@@ -112,27 +112,21 @@ class GlTextures : public GlSuite {
  protected:
   static void SetUpTestSuite() {
     GlSuite::SetUpTestSuite();
-    // What the probe finds on a GL 4.5 driver.
-    glExt.tex_clamp_avail = 1;
-    glExt.automini_avail = 1;
-  }
-  static void TearDownTestSuite() {
-    glExt = OGL_extensions();
-    GlSuite::TearDownTestSuite();
-  }
-
-  // The texture of a reference as GL holds it, RGBA, row 0 the bottom.
-  static std::vector<unsigned char> read_back(int ref, int* w, int* h) {
-    glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
-    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, w);
-    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, h);
-    std::vector<unsigned char> px(static_cast<size_t>(*w) * *h * 4);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, px.data());
-    tman.reset_bind();   // we bound behind the manager's back
-    return px;
+    glExt.tex_clamp_avail = glExt.automini_avail = 1;   // what the probe finds on GL 4.5
   }
 };
+
+// The texture of a reference as GL holds it, RGBA, row 0 the bottom.
+std::vector<unsigned char> read_back(int ref, int* w, int* h) {
+  glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
+  glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, w);
+  glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, h);
+  std::vector<unsigned char> px(static_cast<size_t>(*w) * *h * 4);
+  glPixelStorei(GL_PACK_ALIGNMENT, 1);
+  glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, px.data());
+  tman.reset_bind();   // we bound behind the manager's back
+  return px;
+}
 
 // Where the picture is opaque its texels are its own; transparent ones keep
 // alpha 0 (their colour is the edge clean's); the rest of the texture is clear.
