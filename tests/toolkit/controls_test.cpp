@@ -48,15 +48,6 @@ class Controls : public ::testing::Test {
   }
 };
 
-class Frames : public Controls {
- protected:
-  void SetUp() override {
-    Controls::SetUp();
-    mnw.win_dx = 400;
-    mnw.win_dy = 300;
-  }
-};
-
 TEST_F(Controls, EachHitBoxTakesItsEdgesAndNotOnePixelMore) {
   int iv = 0;
   float fv = 0;
@@ -76,7 +67,13 @@ TEST_F(Controls, EachHitBoxTakesItsEdgesAndNotOnePixelMore) {
       {"text field", 100, 200, 160, 208, [&] { return BTN_enterstring(100, 200, &sv, 10, 0, ""); }},
       {"slider", 90, 283, 310, 317,
        [&] { return BTN_horz_slider(100, 300, 200, 46, 0, 1, &fv, 1, "", ""); }},
+      {"installer button", 100, 200, 150, 220,
+       [&] { return interface_rect(100, 200, 513, 166, 50, 20, 1, 0); }},
+      {"left close corner", 7, 749, 25, 767, [&] { return BTN_zap_boxes(0); }},
+      {"right close corner", 999, 749, 1017, 767, [&] { return BTN_zap_boxes(0); }},
   };
+  mnw.win_dx = 1024;
+  mnw.win_dy = 768;
   for (const auto& r : rows) {
     int fired = 0;
     on_app_update = [&] { fired |= r.draw(); };
@@ -91,6 +88,11 @@ TEST_F(Controls, EachHitBoxTakesItsEdgesAndNotOnePixelMore) {
       EXPECT_EQ(i % 2 == 0, fired != 0) << r.name << (i % 2 ? " beyond edge " : " edge ") << i / 2;
     }
   }
+  // An open menu takes the click from the boxes under it.
+  mnw.menu_open = 3, mnw.mouse_click = 1, mnw.mouse_x = 16, mnw.mouse_y = 760;
+  EXPECT_EQ(0, BTN_zap_boxes(0));
+  mnw.mouse_x = 125, mnw.mouse_y = 210;
+  EXPECT_EQ(0, interface_rect(100, 200, 513, 166, 50, 20, 1, 0));
 }
 
 TEST_F(Controls, NumberFieldsClampRoundAndStepTheDigitUnderThePointer) {
@@ -245,9 +247,21 @@ TEST_F(Controls, InstallerButtonAndHelpAnswerThePump) {
   move_to(bx, by);
   frame_after(1.5);
   EXPECT_EQ("Choose the folder to install into", stls[stls_help]);
+
+  // None with a menu open; otherwise the last box under the pointer wins.
+  on_app_update = nullptr;
+  stls[stls_help].clear();
+  mnw.mouse_x = 110, mnw.mouse_y = 210, mnw.menu_open = 3;
+  BTN_offer_help(100, 200, 150, 220, "help");
+  EXPECT_EQ("", stls[stls_help]);
+  mnw.menu_open = -1;
+  BTN_offer_help(100, 200, 150, 220, "first");
+  BTN_offer_help(0, 0, 400, 300, "last");
+  BTN_offer_help(300, 0, 400, 100, "elsewhere");
+  EXPECT_EQ("last", stls[stls_help]);
 }
 
-TEST_F(Frames, LabelsTakenApart) {
+TEST_F(Controls, LabelsTakenApart) {
   const char* expand[][4] = {
       {"Speed|run fast{Runs at full speed", "Speed", "run fast", "Runs at full speed"},
       {"|run at full speed all the time", "", "run at full speed all the time", ""},
@@ -274,47 +288,6 @@ TEST_F(Frames, LabelsTakenApart) {
     BTN_split_label(e[0], &top, &bottom);
     EXPECT_EQ((std::vector<std::string>{e[1], e[2]}), (std::vector<std::string>{top, bottom}));
   }
-}
-
-TEST_F(Frames, HitBoxesIncludeTheirEdgesAndIgnoreAnOpenMenu) {
-  struct probe {
-    float x, y;
-    int hit;
-  };
-  // interface_rect at (100, 200), 50 by 20, hot or not.
-  const probe rect[] = {{100, 200, 1}, {150, 220, 1}, {99.9f, 210, 0}, {150.1f, 210, 0},
-                        {125, 199.9f, 0}, {125, 220.1f, 0}};
-  // Close corners: x 7 to 25 and 375 to 393, y 281 to 299.
-  const probe zap[] = {{7, 281, 1},     {25, 299, 1},     {375, 281, 1},  {393, 299, 1},
-                       {6.9f, 290, 0},  {25.1f, 290, 0},  {374.9f, 290, 0}, {393.1f, 290, 0},
-                       {16, 280.9f, 0}, {16, 299.1f, 0}};
-  for (int menu : {-1, 3}) {
-    mnw.menu_open = menu;
-    for (int click = 0; click < 2; ++click) {
-      mnw.mouse_click = click;
-      for (const probe& p : rect) {
-        mnw.mouse_x = p.x, mnw.mouse_y = p.y;
-        for (int hot = 0; hot < 2; ++hot)
-          EXPECT_EQ(menu == -1 && click ? p.hit : 0,
-                    interface_rect(100, 200, 513, 166, 50, 20, hot, 0))
-              << p.x << "," << p.y;
-      }
-      for (const probe& p : zap) {
-        mnw.mouse_x = p.x, mnw.mouse_y = p.y;
-        EXPECT_EQ(menu == -1 && click ? p.hit : 0, BTN_zap_boxes(0)) << p.x << "," << p.y;
-      }
-    }
-  }
-
-  mnw.menu_open = 3;
-  // Help: none with a menu open; otherwise the last box under the pointer wins.
-  BTN_offer_help(100, 200, 150, 220, "help");
-  EXPECT_EQ("", stls[stls_help]);
-  mnw.menu_open = -1;
-  BTN_offer_help(100, 200, 150, 220, "first");
-  BTN_offer_help(0, 0, 400, 300, "last");
-  BTN_offer_help(300, 0, 400, 100, "elsewhere");
-  EXPECT_EQ("last", stls[stls_help]);
 }
 
 }  // namespace
