@@ -1,6 +1,6 @@
 // Text placement, colours and screen metrics without a display: the glyph
 // tables, where each character of a string or number goes, the colour table
-// and its resolve, and the misuse alerts.
+// and its resolve.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -68,10 +68,6 @@ TEST_F(Text, SignedCharsFindTheirCells) {
   text_char_source(static_cast<signed char>(0xFB), charset_UI_mono_6, 168, 0, 8, 11, &s, &t);
   EXPECT_EQ(168 + 7 * 8, s);
   EXPECT_EQ(44, t);
-  // The two-byte font: 40 cells a row.
-  text_char_source(85, charset_UI_menus_KOR, 0, 0, 13, 13, &s, &t);
-  EXPECT_EQ(5 * 13, s);
-  EXPECT_EQ(2 * 13, t);
 }
 
 TEST_F(Text, StringPlacement) {
