@@ -1,8 +1,6 @@
-// The two screens README shows, drawn under Xvfb and saved in build/:
-// controls.png, every control in its states, read back where states differ;
-// toolkit_screen.png, every frame type, strip, panel, text form and picture
-// of the toolkit, which fails when a piece draws nothing over the background
-// (missing from the pictures, or cut from the wrong place).
+// The two screens README shows, saved in build/: controls.png, read back
+// where states differ, and toolkit_screen.png, where every piece must draw
+// over the background (missing from the pictures, or cut from the wrong place).
 #include <cstdlib>
 #include <string>
 
@@ -144,7 +142,6 @@ std::vector<piece> draw_test_screen() {
   std::vector<piece> p;
   OGL_plot_back_col();
 
-  // Sub-window panels, one of each type, with titles.
   const int panels[] = {11, 12, 13, 14, 15, 16, 17, 20};
   for (int i = 0; i < 8; ++i) {
     const float x = 8 + 126 * i, y = 600;
@@ -152,13 +149,11 @@ std::vector<piece> draw_test_screen() {
     p.push_back({"panel " + std::to_string(panels[i]), x, y, x + 118, y + 100});
   }
 
-  // Bars across the top: menu bar and title bar.
   BTN_frame1(0, 256, 740, 500, 0);
   p.push_back({"menu bar", 8, 730, 504, 750});
   BTN_frame1(1, 768, 740, 500, 0);
   p.push_back({"title bar", 520, 730, 1016, 750});
 
-  // Strips in three widths each, to show the tiling.
   const int strips[] = {2, 3, 4, 5, 7, 8, 9, 10};
   const float widths[] = {40, 120, 220};
   for (int r = 0; r < 8; ++r) {
@@ -176,7 +171,6 @@ std::vector<piece> draw_test_screen() {
   BTN_util_draw_label(118, 556, 1, "Button", 0);
   BTN_util_draw_label(118, 522, 1, "Pressed", 1);
 
-  // The vertical strip.
   BTN_frame0(6, 490, 300, 260);
   p.push_back({"vertical strip", 492, 320, 504, 540});
 
@@ -218,13 +212,11 @@ std::vector<piece> draw_test_screen() {
     p.push_back({"icon frame " + std::to_string(i + 8), x, y, x + 40, y + 40});
   }
 
-  // The two backgrounds, small.
   OGL_2dquad_d(tex_back_1, 0, 1, 10, 10, 0, 0, 200, 150, 1, 0.75f, alpha_none);
   p.push_back({"background 1", 10, 10, 210, 160});
   OGL_2dquad_d(tex_back_2, 0, 1, 220, 10, 0, 0, 200, 150, 1, 0.75f, alpha_none);
   p.push_back({"background 2", 220, 10, 420, 160});
 
-  // Close corners at the window's top.
   BTN_zap_boxes(0);
   p.push_back({"close corner", 7, mnw.win_dy - 28, 25, mnw.win_dy - 10});
   return p;
@@ -260,8 +252,7 @@ TEST_F(TestScreen, EveryPieceDrawsAndTheScreenIsSaved) {
   const std::string out = std::string(ZEPHYRA_BINARY_DIR) + "/toolkit_screen.png";
   ASSERT_EQ(1, write_png_to_disk(out, 1024, 768, 3));
   ASSERT_EQ(1, load_png_into_scratch(out, 3));
-  EXPECT_EQ(1024, scratch_dx);
-  EXPECT_EQ(768, scratch_dy);
+  EXPECT_EQ((std::vector<int>{1024, 768}), (std::vector<int>{scratch_dx, scratch_dy}));
   EXPECT_TRUE(std::equal(rgb.begin(), rgb.end(), scratch_array)) << "saved picture differs";
 
   unsigned char back[3];

@@ -164,8 +164,7 @@ TEST_F(GlTextures, BuiltInPicturesSitAtTheLowerLeftOfPowerOf2Textures) {
     EXPECT_TRUE(glIsTexture(r->tex_id)) << e.ref;
   }
   // The interface sheet came last and is still there for the palette.
-  EXPECT_EQ(512, scratch_dx);
-  EXPECT_EQ(512, scratch_dy);
+  EXPECT_EQ((std::vector<int>{512, 512}), (std::vector<int>{scratch_dx, scratch_dy}));
   EXPECT_EQ(0, memcmp(scratch_array, t_interface_dat, 512 * 512 * 4));
 
   int w = 0, h = 0;
