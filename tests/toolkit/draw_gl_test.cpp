@@ -8,6 +8,7 @@
 #include "toolkit/builtin_images.h"
 #include "toolkit/colours.h"
 #include "toolkit/sheet.h"
+#include "toolkit/text.h"
 
 namespace {
 
@@ -108,6 +109,29 @@ TEST_F(Gl, TexturedQuadsCutTheirTexels) {
   EXPECT_EQ(black, rgb_at(111, 120));
 }
 
+// Each glyph of a string is its cell of the sheet, texel for texel, over black.
+TEST_F(Gl, StringsDrawTheirGlyphCells) {
+  recall_ins_texes();
+  OGL_string(0, 100, 302, "A", text_no_wrap, charset_UI_diff_space);
+  OGL_string(0, 200, 302, "7", text_no_wrap, charset_UI_mono_10);
+  const struct {
+    unsigned char ch;
+    int x, s0;
+  } glyphs[] = {{'A', 100, glyph_prop_s}, {'7', 200, glyph_mono_s}};
+  for (const auto& g : glyphs) {
+    int col = 0, row = 0, bad = 0;
+    text_cell(g.ch, &col, &row);
+    for (int j = 0; j < glyph_cell_h; ++j)
+      for (int i = 0; i < glyph_cell_w; ++i) {
+        const unsigned char* p = t_interface_dat + ((glyph_t + row * glyph_cell_h + j) * 512 +
+                                                    g.s0 + col * glyph_cell_w + i) * 4;
+        const std::vector<int> got = rgb_at(g.x + i, 300 + j);
+        for (int c = 0; c < 3; ++c) bad += std::abs(p[c] * p[3] / 255 - got[c]) > 2;
+      }
+    EXPECT_EQ(0, bad) << g.ch;
+  }
+}
+
 class GlTextures : public GlSuite {
  protected:
   static void SetUpTestSuite() {
@@ -174,33 +198,25 @@ TEST_F(GlTextures, BuiltInPicturesSitAtTheLowerLeftOfPowerOf2Textures) {
   expect_lower_left(tex, w, h, t_installer_dat, 1010, 764);
 }
 
-// The bind cache is trusted: a binding changed behind its back stays
-// unseen until reset_bind; each unit keeps its own, and unit 0 stays active.
-TEST_F(GlTextures, BindRefSkipsWhatTheCacheHoldsBound) {
+// Each unit keeps its own binding, the cache skips no other texture, and
+// unit 0 is the active one again.
+TEST_F(GlTextures, BindRefBindsOnItsUnit) {
   recall_ins_texes();
-  const GLint id = static_cast<GLint>(tman.record(tex_installer)->tex_id);
-  auto bound_now = [] {
-    GLint now = -1;
-    glGetIntegerv(GL_TEXTURE_BINDING_2D, &now);
-    return now;
-  };
-  tman.reset_bind();
-  tman.bind_ref(tex_installer, 0, 0);
-  EXPECT_EQ((std::vector<int>{id, GL_MODULATE}), (std::vector<int>{bound_now(), tman.bound_env[0]}));
-  glBindTexture(GL_TEXTURE_2D, 0);
-  tman.bind_ref(tex_installer, 0, 0);
-  EXPECT_EQ(0, bound_now());
-  tman.reset_bind();
-  tman.bind_ref(tex_installer, 0, 0);
-  EXPECT_EQ(id, bound_now());
-
+  const GLint installer = static_cast<GLint>(tman.record(tex_installer)->tex_id);
+  const GLint sheet = static_cast<GLint>(tman.record(tex_interface)->tex_id);
+  GLint on_0 = 0, active = 0, on_1 = 0;
   tman.bind_ref(tex_installer, 1, 0);
-  GLint active = 0, on_1 = 0;
+  tman.bind_ref(tex_installer, 0, 0);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_0);
+  EXPECT_EQ(installer, on_0);
+  tman.bind_ref(tex_interface, 0, 0);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_0);
   glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
   glActiveTexture(GL_TEXTURE1);
   glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_1);
   glActiveTexture(GL_TEXTURE0);
-  EXPECT_EQ((std::vector<int>{GL_TEXTURE0, id}), (std::vector<int>{active, on_1}));
+  EXPECT_EQ((std::vector<int>{sheet, GL_TEXTURE0, installer, GL_MODULATE}),
+            (std::vector<int>{on_0, active, on_1, tman.bound_env[0]}));
 }
 
 }  // namespace

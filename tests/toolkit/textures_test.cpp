@@ -33,9 +33,8 @@ TEST(GetScale, ResolutionFlagsDriverLimitAndPowerOf2Rounding) {
     sized want;
   } cases[] = {
       {tex_manual, tex_coarser, 1024, 512, 5, 1024, 0, {0.5f, 512, 256, 512, 256}},
-      // Full size wins over the coarser flag; other classes are never scaled.
+      // Full size wins over the coarser flag.
       {tex_manual, tex_full_size | tex_coarser, 1024, 512, 0, 1024, 0, {1, 1024, 512, 1024, 512}},
-      {tex_instrument, tex_coarser, 256, 256, 0, 1024, 0, {1, 256, 256, 256, 256}},
       // A one-pixel side, either one, holds the scale at 1.
       {tex_manual, tex_col_rgba, 1, 512, 0, 1024, 0, {1, 1, 512, 1, 512}},
       {tex_manual, tex_coarser, 512, 1, 2, 1024, 0, {1, 512, 1, 512, 1}},
@@ -45,8 +44,7 @@ TEST(GetScale, ResolutionFlagsDriverLimitAndPowerOf2Rounding) {
       // Other sizes round up to a power of 2; 642 is the installer sheet's flags.
       {tex_manual, 642, 1010, 764, 0, 1024, 0, {1, 1024, 1024, 1010, 764}},
       {tex_manual, tex_col_rgba, 1010, 764, 4, 1024, 0, {0.5f, 512, 512, 505, 382}},
-      {tex_manual, tex_full_size, 3, 5, 5, 1024, 0, {1, 4, 8, 3, 5}},
-      // Larger than any texture: held at 1024, the picture reduced to fit.
+      // Other classes are never scaled, but held at 1024 with the picture reduced.
       {tex_bitmap, tex_full_size, 2000, 64, 5, 4096, 0, {1, 1024, 64, 1024, 64}},
   };
   for (const auto& c : cases) {
@@ -108,19 +106,6 @@ TEST_F(Manager, KeepsRecordsWithoutAContext) {
   scratch_dx = scratch_dy = 4;
   EXPECT_EQ(1, tman.load_texture(tex_fail_instl, tex_max_ref, tex_col_rgba, tex_load_now,
                                  "scratch_array:top"));
-}
-
-// The pump's check shows the alert once per failure, then mutes it.
-TEST_F(Manager, MissingTextureRaisesItsModesFlagUntilMuted) {
-  const std::string name = dir + "nothing";
-  EXPECT_EQ(0, tman.load_texture(tex_fail_instl, 603, tex_col_rgba, tex_load_now, name));
-  EXPECT_TRUE(tman.has_instl_load_fail());
-  EXPECT_FALSE(tman.has_scene_load_fail());
-  EXPECT_TRUE(logged("WARNING: we are missing the texture: " + name + ".\n"));
-  EXPECT_EQ(0, tman.total_texes());
-  tman.mute_instl_load_fail();
-  EXPECT_EQ(0, tman.load_texture(tex_fail_instl, 603, tex_col_rgba, tex_load_now, name));
-  EXPECT_FALSE(tman.has_instl_load_fail());
 }
 
 // A picture larger than its target: each target pixel is the mean of its box.
