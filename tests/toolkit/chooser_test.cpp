@@ -96,42 +96,4 @@ TEST_F(Chooser, CancelAnotherScreenAndDoubledRoots) {
   }
 }
 
-// Both field forms give 1 only when the chooser gave a path, and only then change it.
-TEST_F(Chooser, FieldsChangeTheirPathOnlyOnSelect) {
-  for (int select : {0, 1})
-    for (int chr : {0, 1}) {
-      std::string path = root + "alpha";   // Select gives it back with its "/"
-      char chars[2048];
-      snprintf(chars, sizeof chars, "%s", path.c_str());
-      int got = -1;
-      on_app_update = [&] {
-        got = chr ? BTN_select_file_chr(100, 100, 999, 0, 2, chars, "Folder")
-                  : BTN_select_file_stl(100, 100, 999, 0, 2, &path, "Folder");
-      };
-      steps = {idle, [=] { click(select ? 115 : 45, 28); }, idle};
-      next_step = 0;
-      MACIBM_startwind(0);
-      click(330, 103);   // Browse
-      frame_after(0.02);
-      EXPECT_EQ(got, select) << chr;
-      EXPECT_EQ(chr ? std::string(chars) : path, root + (select ? "alpha/" : "alpha")) << chr;
-    }
-  on_app_update = nullptr;
-}
-
-TEST_F(Chooser, BadArgumentsAreFatal) {
-  std::string path = root;
-  char chars[2048] = "";
-  int top = 0, sel = 0;
-  const std::pair<std::function<void()>, const char*> table[] = {
-      {[&] { BTN_select_file_stl(0, 0, 997, 2, 18, &path, ""); }, "Bad open_save arg to BTN_select_file_stl!"},
-      {[&] { BTN_select_file_stl(0, 0, 999, 2, 18, &path, ""); }, "Bad file_path arg to BTN_select_file_stl!"},
-      {[&] { BTN_select_file_chr(0, 0, 998, 1, -1, chars, ""); }, "Bad file_type arg to BTN_select_file_chr!"},
-      {[&] { BTN_big_name_list(997, 0, 0, 0, 0, 0, &top, &sel, 0); }, "Bad big_name_list type!"}};
-  for (auto& [call, message] : table) {
-    const child_result r = run_in_child([&] { return call(), 0; });
-    EXPECT_NE(r.out.find(message), std::string::npos) << message << ": " << r.out;
-  }
-}
-
 }  // namespace

@@ -1,10 +1,12 @@
-// The controls and the text field, run by the frame pump with no display:
+// The controls, frames and hit boxes, run by the frame pump with no display:
 // posted pointer input, one frame at a time, as a screen meets them.
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <string>
 
+#include "app/interface.h"
+#include "files/mnw.h"
 #include "shell/keys.h"
 #include "shell/menus.h"
 #include "shell/pump.h"
@@ -13,6 +15,8 @@
 #include "toolkit/controls.h"
 #include "toolkit/draw.h"
 #include "toolkit/entry.h"
+#include "toolkit/frames.h"
+#include "toolkit/sheet.h"
 #include "toolkit/toolkit.h"
 
 namespace {
@@ -63,7 +67,13 @@ TEST_F(Controls, EachHitBoxTakesItsEdgesAndNotOnePixelMore) {
       {"text field", 100, 200, 160, 208, [&] { return BTN_enterstring(100, 200, &sv, 10, 0, ""); }},
       {"slider", 90, 283, 310, 317,
        [&] { return BTN_horz_slider(100, 300, 200, 46, 0, 1, &fv, 1, "", ""); }},
+      {"installer button", 100, 200, 150, 220,
+       [&] { return interface_rect(100, 200, 513, 166, 50, 20, 1, 0); }},
+      {"left close corner", 7, 749, 25, 767, [&] { return BTN_zap_boxes(0); }},
+      {"right close corner", 999, 749, 1017, 767, [&] { return BTN_zap_boxes(0); }},
   };
+  mnw.win_dx = 1024;
+  mnw.win_dy = 768;
   for (const auto& r : rows) {
     int fired = 0;
     on_app_update = [&] { fired |= r.draw(); };
@@ -78,6 +88,11 @@ TEST_F(Controls, EachHitBoxTakesItsEdgesAndNotOnePixelMore) {
       EXPECT_EQ(i % 2 == 0, fired != 0) << r.name << (i % 2 ? " beyond edge " : " edge ") << i / 2;
     }
   }
+  // An open menu takes the click from the boxes under it.
+  mnw.menu_open = 3, mnw.mouse_click = 1, mnw.mouse_x = 16, mnw.mouse_y = 760;
+  EXPECT_EQ(0, BTN_zap_boxes(0));
+  mnw.mouse_x = 125, mnw.mouse_y = 210;
+  EXPECT_EQ(0, interface_rect(100, 200, 513, 166, 50, 20, 1, 0));
 }
 
 TEST_F(Controls, NumberFieldsClampRoundAndStepTheDigitUnderThePointer) {
@@ -107,28 +122,11 @@ TEST_F(Controls, NumberFieldsClampRoundAndStepTheDigitUnderThePointer) {
     EXPECT_EQ(r.ret, ret) << r.name;
   }
 
-  // Integers go through a float: eight digits lose the last one, a double
-  // doesn't. The digits bound the rest; the sign column flips the sign.
-  int big = 87654321, two = 150, neg = -150;
-  double dbig = 87654321;
-  float signed_v = 12;
-  char text[4] = "a~ ";
-  on_app_update = [&] {
-    BTN_int_range(0, 100, &big, 9, 0, 1e9f, "");
-    BTN_dob_range(0, 200, &dbig, 9, 0, 0, 1e9, "");
-    BTN_int(0, 300, &two, 2, 0, "");
-    BTN_int(0, 400, &neg, 2, 1, "");
-    BTN_fltij(0, 500, &signed_v, 3, 0, 1, "");
-    BTN_chars(100, 600, text, 3, "");
-  };
-  click_at(2, 500);   // the sign column's lower half
-  EXPECT_EQ((std::vector<double>{87654320, 87654321, 99, -99, -12}),
-            (std::vector<double>{double(big), dbig, double(two), double(neg), signed_v}));
-  // Characters step round the printable set, up in the upper half.
-  click_at(105, 603);
-  click_at(115, 603);
-  click_at(125, 602);
-  EXPECT_STREQ("b ~", text);
+  // Integers go through a float: eight digits lose the last one.
+  int big = 87654321;
+  on_app_update = [&] { BTN_int_range(0, 100, &big, 9, 0, 1e9f, ""); };
+  frame_after(0.02);
+  EXPECT_EQ(87654320, big);
 }
 
 TEST_F(Controls, ListOpensOverTheChosenItemAndTheChoiceArrivesInTheNextFrame) {
@@ -157,20 +155,10 @@ TEST_F(Controls, ListOpensOverTheChosenItemAndTheChoiceArrivesInTheNextFrame) {
   EXPECT_EQ("One", menu[popup_menu].items[0].name);
 }
 
-TEST_F(Controls, SlidersAreHeldWhileTheButtonIsDown) {
-  float h = 0.5f;
-  on_app_update = [&] { BTN_horz_slider(100, 300, 200, 46, 2, 12, &h, 1, "", ""); };
-  move_to(150, 300);
-  PUMP_post_button(1);
-  frame_after(0.02);
-  EXPECT_FLOAT_EQ(4.5f, h);
-  move_to(500, 600);   // far off the trough: still held, clamped
-  frame_after(0.02);
-  EXPECT_FLOAT_EQ(12, h);
-  PUMP_post_button(0);
-
-  // The scroll bar: lo at the top, arrows beyond its ends, paging in the
-  // trough, repeating on the half-second tick while held.
+// The scroll bar: lo at the top, arrows beyond its ends, paging in the
+// trough, repeating on the half-second tick while held; the knob is held
+// while the button is down.
+TEST_F(Controls, ScrollBarStepsPagesAndHoldsItsKnob) {
   int v = 0, vheld = 0;
   on_app_update = [&] { vheld = BTN_vert_slider(0, 500, 100, 400, 0, 100, &v); };
   const struct { float y; int held, least, most; } clicks[] = {
@@ -218,6 +206,86 @@ TEST_F(Controls, TextFieldTakesTheFocusOnAClickAndEndsOnAPressElsewhere) {
   });
   EXPECT_NE(7, r.exit_code);
   EXPECT_NE(std::string::npos, r.out.find("String too long!")) << r.out;
+}
+
+
+// The DESTINATION button's cell and place on the main screen.
+const float bx = 10, by = 78, bu = 513, bv = 166, bw = 126, bh = 22;
+
+TEST_F(Controls, InstallerButtonAndHelpAnswerThePump) {
+  int hits = 0;
+  float v = 0;   // the cell the button drew from in the last frame
+  on_app_update = [&] {
+    OGL_plot_back_col();
+    hits += interface_rect(bx, by, bu, bv, bw, bh, 1, 1);
+    v = interface_rect_v(bx, by, bv, bw, bh, 1);
+    BTN_offer_help(bx, by, bx + bw, by + bh, "Choose the folder to install into");
+  };
+  frame_after(0.02);
+  EXPECT_EQ(bv, v);
+
+  // Over the button: the cell below; held: two below. The press fires once.
+  move_to(bx + bw, by + bh);
+  frame_after(0.02);
+  EXPECT_EQ(bv - (bh + 1), v);
+  PUMP_post_button(1);
+  frame_after(0.02);
+  EXPECT_EQ((std::vector<float>{1, bv - 2 * (bh + 1)}), (std::vector<float>{float(hits), v}));
+  frame_after(0.02);
+  EXPECT_EQ(1, hits) << "a press counts for one frame only";
+
+  // Released elsewhere: the press still counted, and the button rests.
+  move_to(bx + bw + 1, by);
+  PUMP_post_button(0);
+  frame_after(0.02);
+  EXPECT_EQ((std::vector<float>{1, bv}), (std::vector<float>{float(hits), v}));
+
+  // Help is offered only while the pointer is on the button.
+  EXPECT_TRUE(stls[stls_help].empty());
+  move_to(bx, by);
+  frame_after(1.5);
+  EXPECT_EQ("Choose the folder to install into", stls[stls_help]);
+
+  // None with a menu open; otherwise the last box under the pointer wins.
+  on_app_update = nullptr;
+  stls[stls_help].clear();
+  mnw.mouse_x = 110, mnw.mouse_y = 210, mnw.menu_open = 3;
+  BTN_offer_help(100, 200, 150, 220, "help");
+  EXPECT_EQ("", stls[stls_help]);
+  mnw.menu_open = -1;
+  BTN_offer_help(100, 200, 150, 220, "first");
+  BTN_offer_help(0, 0, 400, 300, "last");
+  BTN_offer_help(300, 0, 400, 100, "elsewhere");
+  EXPECT_EQ("last", stls[stls_help]);
+}
+
+TEST_F(Controls, LabelsTakenApart) {
+  const char* expand[][4] = {
+      {"Speed|run fast{Runs at full speed", "Speed", "run fast", "Runs at full speed"},
+      {"|run at full speed all the time", "", "run at full speed all the time", ""},
+      {"plain", "plain", "", ""},
+      {"a|b|c", "a|b", "c", ""},
+      {"Field{tip", "Field", "", "tip"},
+  };
+  for (auto& e : expand) {
+    std::string left = "x", right = "x", help = "x";
+    BTN_expand_label(e[0], &left, &right, &help);
+    EXPECT_EQ((std::vector<std::string>{e[1], e[2], e[3]}),
+              (std::vector<std::string>{left, right, help}));
+  }
+  const char* split[][3] = {
+      {"Download folder", "Download", "folder"},
+      {"short label!", "short label!", ""},            // 12 characters stay whole
+      {"-a very long label here", "a very long label here", ""},
+      {"abcdefghijklmnop", "abcdefghijklmnop", ""},     // nowhere to break
+      {"left-handed-mouse", "left-handed-", "mouse"},   // nearest the middle, "-" on top
+      {"abcd efgh ijk", "abcd", "efgh ijk"},            // a tie goes to the first
+  };
+  for (auto& e : split) {
+    std::string top, bottom;
+    BTN_split_label(e[0], &top, &bottom);
+    EXPECT_EQ((std::vector<std::string>{e[1], e[2]}), (std::vector<std::string>{top, bottom}));
+  }
 }
 
 }  // namespace

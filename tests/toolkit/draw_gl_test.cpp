@@ -1,14 +1,14 @@
-// The state cache and the primitives against real GL, pixels read back from
-// the back buffer.
-#include <unistd.h>
-
+// The state cache, the primitives and the built-in textures against real GL,
+// pixels read back from the back buffer.
 #include <algorithm>
-#include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "gl_suite.h"
+#include "toolkit/builtin_images.h"
 #include "toolkit/colours.h"
 #include "toolkit/sheet.h"
+#include "toolkit/text.h"
 
 namespace {
 
@@ -38,49 +38,31 @@ std::vector<int> cached() {
   return std::vector<int>(s, s + 7);
 }
 
-TEST_F(Gl, StateSwitchReachesGlAndClampsTheTextureCount) {
-  OGL_setstate(0, 0, 2, 7, 8, 10);
-  EXPECT_EQ(std::vector<bool>(7, true), switches());
+TEST_F(Gl, StateSwitchStartsFromGlReachesItAndClampsTheTextureCount) {
+  glEnable(GL_BLEND);   // behind the fresh cache's back: read on the first call
   OGL_setstate(1, 0, 3, 4, 9, 11);
   EXPECT_EQ(std::vector<bool>(7, false), switches());
+  EXPECT_EQ((std::vector<int>{1, 0, 3, 0, 0, 9, 11}), cached());
+  OGL_setstate(0, 0, 2, 7, 8, 10);
+  EXPECT_EQ(std::vector<bool>(7, true), switches());
   // Blending and the alpha test switch separately.
   OGL_setstate(1, 0, 3, 5, 9, 11);
   EXPECT_TRUE(glIsEnabled(GL_BLEND) && !glIsEnabled(GL_ALPHA_TEST));
   OGL_setstate(1, 0, 3, 6, 9, 11);
   EXPECT_TRUE(!glIsEnabled(GL_BLEND) && glIsEnabled(GL_ALPHA_TEST));
 
-  // More units than the driver has: all of them, at most the six walked.
-  ASSERT_GE(ren.max_tex_units, 2);
-  const int walked = std::min(6, ren.max_tex_units);
+  // More units than the driver has: all of them, at most the six walked,
+  // with unit 0 active again; fewer than none: none.
   OGL_setstate(1, ren.max_tex_units + 5, 3, 4, 9, 11);
   EXPECT_EQ(ren.max_tex_units, cached()[1]);
-  for (int u = 0; u < walked; ++u) EXPECT_TRUE(enabled_on_unit(u, GL_TEXTURE_2D)) << u;
+  for (int u = 0; u < std::min(6, ren.max_tex_units); ++u)
+    EXPECT_TRUE(enabled_on_unit(u, GL_TEXTURE_2D)) << u;
   GLint active = 0;
   glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
   EXPECT_EQ(GL_TEXTURE0, active);
-  OGL_setstate(1, 1, 3, 4, 9, 11);
-  for (int u = 0; u < walked; ++u) EXPECT_EQ(u == 0, enabled_on_unit(u, GL_TEXTURE_2D)) << u;
   OGL_setstate(1, -3, 3, 4, 9, 11);
   EXPECT_EQ(0, cached()[1]);
   EXPECT_FALSE(enabled_on_unit(0, GL_TEXTURE_2D));
-}
-
-TEST_F(Gl, CacheStartsFromGlAndIsTrustedUnlessBypassed) {
-  // Blending left on behind the cache's back is read on the first call.
-  glEnable(GL_BLEND);
-  OGL_setstate(1, 0, 3, 4, 9, 11);
-  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-  EXPECT_EQ((std::vector<int>{1, 0, 3, 0, 0, 9, 11}), cached());
-
-  // Once cached, a change behind its back stays unseen: that is the saving.
-  OGL_setstate(1, 0, 3, 5, 9, 11);
-  glDisable(GL_BLEND);
-  OGL_setstate(1, 0, 3, 5, 9, 11);
-  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-  ogl_cache_bypass = 1;
-  OGL_setstate(1, 0, 3, 5, 9, 11);
-  ogl_cache_bypass = 0;
-  EXPECT_TRUE(glIsEnabled(GL_BLEND));
 }
 
 TEST_F(Gl, RectanglesLinesAndScissorsLandOnTheirPixelsInTheSubWindow) {
@@ -115,39 +97,7 @@ TEST_F(Gl, RectanglesLinesAndScissorsLandOnTheirPixelsInTheSubWindow) {
   for (const auto& p : probes) EXPECT_EQ(p.rgb, rgb_at(p.x, p.y)) << p.x << "," << p.y;
 }
 
-TEST_F(Gl, OnlyATrueTransparencyBlendsFramesAndReachesGl) {
-  colr.assign(90, 1, 1, 1);
-  OGL_framerect(90, 0.99f, 0, 0, 10, 10);
-  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-  OGL_framerect(90, 0.98f, 0, 0, 10, 10);
-  EXPECT_TRUE(glIsEnabled(GL_BLEND));
-  OGL_line(90, 1, 0, 0, 10, 10);
-  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-  OGL_fillrect(90, 1, 0, 0, 10, 10);
-  EXPECT_TRUE(glIsEnabled(GL_BLEND));
-
-  // Up to 0.99 the alpha goes to GL; above it the colour is sent opaque.
-  float c[4];
-  OGL_set_colour(90, 0.99f);
-  glGetFloatv(GL_CURRENT_COLOR, c);
-  EXPECT_NEAR(0.99f, c[3], 1e-3);
-  OGL_set_colour(90, 0.995f);
-  glGetFloatv(GL_CURRENT_COLOR, c);
-  EXPECT_EQ(1.0f, c[3]);
-}
-
-TEST_F(Gl, BackgroundFillsTheWholeWindowUnderTheLight) {
-  mnw.win_x = 200;
-  mnw.win_y = 100;
-  colr.assign(33, 0.2f, 0.4f, 0.6f);
-  colr.lit[0] = 0.5f;
-  OGL_plot_back_col();
-  colr.lit[0] = 1;
-  EXPECT_EQ((std::vector<int>{26, 102, 153}), rgb_at(0, 0));
-  EXPECT_EQ((std::vector<int>{26, 102, 153}), rgb_at(1023, 767));
-}
-
-TEST_F(Gl, TexturedQuadsCutTheirTexelsAndTexZeroKeepsTheBinding) {
+TEST_F(Gl, TexturedQuadsCutTheirTexels) {
   recall_ins_texes();
   mnw.win_x = 10;
   mnw.win_y = 20;
@@ -157,35 +107,116 @@ TEST_F(Gl, TexturedQuadsCutTheirTexelsAndTexZeroKeepsTheBinding) {
                1 / 512.0f, 1 / 512.0f, alpha_none);
   EXPECT_EQ((std::vector<int>{cell.r, cell.g, cell.b}), rgb_at(110, 120));
   EXPECT_EQ(black, rgb_at(111, 120));
-
-  GLint before = 0, after = -1;
-  glGetIntegerv(GL_TEXTURE_BINDING_2D, &before);
-  ASSERT_NE(0, before);
-  OGL_2dquad(0, 48, 1, 0, 0, 0, 0, 0, 1, 0, 1, 1, 1, 1, 1, 1, 0, 1, 0, 1, alpha_none);
-  glGetIntegerv(GL_TEXTURE_BINDING_2D, &after);
-  EXPECT_EQ(before, after);
 }
 
-TEST_F(Gl, ScreenshotsTakeTheNextFreeNumber) {
-  const std::string dir = make_temp_dir();
-  char old_cwd[4096];
-  ASSERT_NE(nullptr, getcwd(old_cwd, sizeof old_cwd));
-  ASSERT_EQ(0, chdir(dir.c_str()));
-  FILE* f = fopen("screenshot_2.png", "w");
-  ASSERT_NE(nullptr, f);
-  fclose(f);
-  colr.assign(90, 1, 0, 0);
-  OGL_fillrect(90, 1, 0, 0, 1024, 768);
-  OGL_screenshot(0);
-  EXPECT_EQ(255, scratch_array[0]);   // read even when not saved
-  EXPECT_EQ("", read_file(dir + "/screenshot_1.png"));
-  OGL_screenshot(1);
-  OGL_screenshot(1);
-  EXPECT_EQ("\x89PNG", read_file(dir + "/screenshot_1.png").substr(0, 4));
-  EXPECT_EQ("", read_file(dir + "/screenshot_2.png"));   // taken: left alone
-  EXPECT_EQ("\x89PNG", read_file(dir + "/screenshot_3.png").substr(0, 4));
-  ASSERT_EQ(0, chdir(old_cwd));
-  remove_tree(dir);
+// Each glyph of a string is its cell of the sheet, texel for texel, over black.
+TEST_F(Gl, StringsDrawTheirGlyphCells) {
+  recall_ins_texes();
+  OGL_string(0, 100, 302, "A", text_no_wrap, charset_UI_diff_space);
+  OGL_string(0, 200, 302, "7", text_no_wrap, charset_UI_mono_10);
+  const struct {
+    unsigned char ch;
+    int x, s0;
+  } glyphs[] = {{'A', 100, glyph_prop_s}, {'7', 200, glyph_mono_s}};
+  for (const auto& g : glyphs) {
+    int col = 0, row = 0, bad = 0;
+    text_cell(g.ch, &col, &row);
+    for (int j = 0; j < glyph_cell_h; ++j)
+      for (int i = 0; i < glyph_cell_w; ++i) {
+        const unsigned char* p = t_interface_dat + ((glyph_t + row * glyph_cell_h + j) * 512 +
+                                                    g.s0 + col * glyph_cell_w + i) * 4;
+        const std::vector<int> got = rgb_at(g.x + i, 300 + j);
+        for (int c = 0; c < 3; ++c) bad += std::abs(p[c] * p[3] / 255 - got[c]) > 2;
+      }
+    EXPECT_EQ(0, bad) << g.ch;
+  }
+}
+
+class GlTextures : public GlSuite {
+ protected:
+  static void SetUpTestSuite() {
+    GlSuite::SetUpTestSuite();
+    glExt.tex_clamp_avail = glExt.automini_avail = 1;   // what the probe finds on GL 4.5
+  }
+};
+
+// The texture of a reference as GL holds it, RGBA, row 0 the bottom.
+std::vector<unsigned char> read_back(int ref, int* w, int* h) {
+  glBindTexture(GL_TEXTURE_2D, tman.record(ref)->tex_id);
+  glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, w);
+  glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, h);
+  std::vector<unsigned char> px(static_cast<size_t>(*w) * *h * 4);
+  glPixelStorei(GL_PACK_ALIGNMENT, 1);
+  glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, px.data());
+  tman.reset_bind();   // we bound behind the manager's back
+  return px;
+}
+
+// Where the picture is opaque its texels are its own; transparent ones keep
+// alpha 0 (their colour is the edge clean's); the rest of the texture is clear.
+void expect_lower_left(const std::vector<unsigned char>& tex, int tw, int th,
+                       const unsigned char* pic, int pw, int ph) {
+  int wrong = 0;
+  for (int y = 0; y < th && wrong < 5; ++y)
+    for (int x = 0; x < tw && wrong < 5; ++x) {
+      const unsigned char* t = &tex[(static_cast<size_t>(y) * tw + x) * 4];
+      bool ok = t[3] == 0;
+      if (x < pw && y < ph) {
+        const unsigned char* p = pic + (static_cast<size_t>(y) * pw + x) * 4;
+        ok = t[3] == p[3] && (p[3] == 0 || memcmp(t, p, 3) == 0);
+      }
+      if (!ok) {
+        ADD_FAILURE() << "texel " << x << ", " << y;
+        ++wrong;
+      }
+    }
+}
+
+TEST_F(GlTextures, BuiltInPicturesSitAtTheLowerLeftOfPowerOf2Textures) {
+  recall_ins_texes();
+  const struct {
+    int ref, dx, dy, tex;
+  } want[] = {{tex_interface, 512, 512, 512},
+              {tex_installer, 1010, 764, 1024},
+              {tex_back_1, 1024, 768, 1024},
+              {tex_back_2, 1024, 768, 1024}};
+  for (const auto& e : want) {
+    const ref_dat_struct* r = tman.record(e.ref);
+    ASSERT_NE(nullptr, r) << e.ref;
+    EXPECT_EQ((std::vector<float>{float(e.dx), float(e.dy), float(e.tex), float(e.tex)}),
+              (std::vector<float>{r->dx, r->dy, r->tex_dx, r->tex_dy})) << e.ref;
+    EXPECT_TRUE(glIsTexture(r->tex_id)) << e.ref;
+  }
+  // The interface sheet came last and is still there for the palette.
+  EXPECT_EQ((std::vector<int>{512, 512}), (std::vector<int>{scratch_dx, scratch_dy}));
+  EXPECT_EQ(0, memcmp(scratch_array, t_interface_dat, 512 * 512 * 4));
+
+  int w = 0, h = 0;
+  std::vector<unsigned char> tex = read_back(tex_installer, &w, &h);
+  ASSERT_EQ(1024, w);
+  ASSERT_EQ(1024, h);
+  expect_lower_left(tex, w, h, t_installer_dat, 1010, 764);
+}
+
+// Each unit keeps its own binding, the cache skips no other texture, and
+// unit 0 is the active one again.
+TEST_F(GlTextures, BindRefBindsOnItsUnit) {
+  recall_ins_texes();
+  const GLint installer = static_cast<GLint>(tman.record(tex_installer)->tex_id);
+  const GLint sheet = static_cast<GLint>(tman.record(tex_interface)->tex_id);
+  GLint on_0 = 0, active = 0, on_1 = 0;
+  tman.bind_ref(tex_installer, 1, 0);
+  tman.bind_ref(tex_installer, 0, 0);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_0);
+  EXPECT_EQ(installer, on_0);
+  tman.bind_ref(tex_interface, 0, 0);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_0);
+  glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+  glActiveTexture(GL_TEXTURE1);
+  glGetIntegerv(GL_TEXTURE_BINDING_2D, &on_1);
+  glActiveTexture(GL_TEXTURE0);
+  EXPECT_EQ((std::vector<int>{sheet, GL_TEXTURE0, installer, GL_MODULATE}),
+            (std::vector<int>{on_0, active, on_1, tman.bound_env[0]}));
 }
 
 }  // namespace

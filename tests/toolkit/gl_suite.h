@@ -1,7 +1,6 @@
 // Base of the window suites: each suite runs its own Xvfb with Mesa and a
-// fresh context. The texture manager, the state cache and the extension
-// flags are reset, since records and a cache from an earlier suite's
-// context would name textures and states this context never had.
+// fresh context, with the texture manager, state cache and extension flags
+// reset, since an earlier context's records name what this one never had.
 #pragma once
 #include <gtest/gtest.h>
 

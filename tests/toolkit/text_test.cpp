@@ -1,5 +1,6 @@
-// Text measuring and placement without a display: the glyph tables, where
-// each character of a string or number goes, and the misuse alerts.
+// Text placement, colours and screen metrics without a display: the glyph
+// tables, where each character of a string or number goes, the colour table
+// and its resolve.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -7,8 +8,11 @@
 #include <vector>
 
 #include "files/mnw.h"
+#include "shell/glprobe.h"
 #include "support.h"
 #include "toolkit/builtin_images.h"
+#include "toolkit/colours.h"
+#include "toolkit/draw.h"
 #include "toolkit/sheet.h"
 #include "toolkit/text.h"
 
@@ -50,7 +54,6 @@ TEST_F(Text, EveryByteHasItsCellAndAdvance) {
               (std::vector<int>{col, row, text_advance(static_cast<unsigned char>(c))}))
         << "byte " << c;
   }
-  EXPECT_EQ((std::vector<int>{18, 4}), (std::vector<int>{want_col[0xD1], want_row[0xD1]}));
   EXPECT_EQ(7 + 6 + 4 + 5, text_width("Ab c"));
   EXPECT_EQ(7 + 6, text_width("A\r\n\t\"{}~b"));
 }
@@ -64,10 +67,6 @@ TEST_F(Text, SignedCharsFindTheirCells) {
   text_char_source(static_cast<signed char>(0xFB), charset_UI_mono_6, 168, 0, 8, 11, &s, &t);
   EXPECT_EQ(168 + 7 * 8, s);
   EXPECT_EQ(44, t);
-  // The two-byte font: 40 cells a row.
-  text_char_source(85, charset_UI_menus_KOR, 0, 0, 13, 13, &s, &t);
-  EXPECT_EQ(5 * 13, s);
-  EXPECT_EQ(2 * 13, t);
 }
 
 TEST_F(Text, StringPlacement) {
@@ -81,7 +80,6 @@ TEST_F(Text, StringPlacement) {
   // new line does not break the line either.
   EXPECT_EQ("a@0,-2 b@6,-2", placed(layout(0, 0, "a\r\n\tb")));
   EXPECT_EQ("a@0,-2 b@0,-12", placed(layout(0, 0, "a\nb", 200)));
-  EXPECT_TRUE(layout(0, 0, "").empty());
 
   // Fixed steps for the monospaced charsets, two bytes a character for 103.
   EXPECT_EQ("i@0,-2 W@6,-2", placed(layout(0, 0, "iW", 9999, charset_UI_mono_6)));
@@ -133,21 +131,12 @@ TEST_F(Text, NumberFieldsAndTheOverflowForm) {
   // A sign in the cell before the field, one pixel in.
   EXPECT_EQ("-@95,50 .@115,50 0@100,50 4@106,50 2@112,50 2@118,50 5@124,50",
             number(-42.25f, 5, 2));
-  // Too small to show is shown without a sign.
-  EXPECT_EQ("0@100,50", number(-0.01f, 1, 0));
   // Rounding carries into the field's digits: 9.96 in three with one decimal.
   EXPECT_EQ(".@109,50 1@100,50 0@106,50 0@112,50", number(9.96f, 3, 1));
   // Commas at every third place of the whole part.
   EXPECT_EQ(",@139,50 ,@121,50 ,@103,50 1@100,50 0@106,50 7@112,50 3@118,50 7@124,50 4@130,50 "
             "1@136,50 8@142,50 2@148,50 4@154,50",
             number(1073741824.f, 10, 0));
-  // More than 11 digits are held to 11.
-  std::vector<glyph_place> out;
-  text_number_layout(0, 0, 1, 14, 0, charset_UI_mono_6, &out);
-  int digits = 0;
-  for (const glyph_place& g : out) digits += g.c >= '0' && g.c <= '9';
-  EXPECT_EQ(11, digits);
-
   // Too large for the field: 12345678 in four digits reads 1.23 x 10^7,
   // the point 1.5 cells and 2 pixels in, 1 down.
   EXPECT_EQ(".@107,49 1@100,50 2@110,50 3@120,50 x@130,50 7@140,50",
@@ -157,46 +146,94 @@ TEST_F(Text, NumberFieldsAndTheOverflowForm) {
   EXPECT_EQ('-', number(-500, 2, 0)[0]);
 }
 
-// Points and commas of a number field, by the built-in sheet's glyphs, keep
-// a clear column from the digits beside them, in both forms.
-TEST_F(Text, PointsAndCommasOfNumberFieldsKeepAColumnFromTheDigits) {
-  for (float value : {1234567.5f, 8888.88f, 12345678.f, 500.f}) {
-    std::vector<glyph_place> out;
-    text_number_layout(0, 0, value, value < 1000 ? 2 : value > 1e7f ? 4 : 9, 1, charset_UI_mono_10, &out);
-    std::vector<int> cols[2];   // digits, marks
-    for (const glyph_place& g : out) {
-      float s, t;
-      text_char_source(g.code, charset_UI_mono_10, glyph_mono_s, glyph_t, glyph_cell_w, glyph_cell_h, &s, &t);
-      for (int x = 0; x < glyph_cell_w; ++x)
-        for (int y = 0; y < glyph_cell_h; ++y)
-          if (t_interface_dat[((int(t) + y) * sheet_interface_w + int(s) + x) * 4 + 3]) {
-            cols[g.c == '.' || g.c == ','].push_back(int(g.x) + x);
-            break;
-          }
+// Restores what a test changes in the shared records.
+class Colours : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    colr = saved_colr;
+    ren = saved_ren;
+  }
+  colr_class saved_colr = colr;
+  ren_struct saved_ren = ren;
+};
+
+std::vector<float> resolve(int col, float a) {
+  float c[4];
+  OGL_resolve_colour(col, a, c);
+  return {c[0], c[1], c[2], c[3]};
+}
+
+std::vector<float> rgb_of(int slot) {
+  return {colr.col[slot][0], colr.col[slot][1], colr.col[slot][2]};
+}
+
+void expect_rgb(std::vector<float> want, std::vector<float> got, const std::string& at) {
+  for (int c = 0; c < 3; ++c) EXPECT_NEAR(want[c], got[c], 1e-5) << at << " channel " << c;
+}
+
+TEST_F(Colours, LightTintsOnlySlotsBelow45MonoFoldsIntoGreenAlphaScales) {
+  colr.assign(44, 0.8f, 0.6f, 0.4f);
+  colr.assign(45, 0.8f, 0.6f, 0.4f);
+  colr.lit[0] = 0.5f, colr.lit[1] = 0.25f, colr.lit[2] = 1.0f;
+  expect_rgb({0.4f, 0.15f, 0.4f}, resolve(44, 1), "tinted");
+  EXPECT_EQ((std::vector<float>{0.8f, 0.6f, 0.4f, 1}), resolve(45, 1));
+
+  // Mono: the sum in green, clamped to 0.01..1, after the tint.
+  ren.mono = 1;
+  colr.lit[0] = colr.lit[1] = colr.lit[2] = 1;
+  EXPECT_EQ((std::vector<float>{0, 1, 0, 1}), resolve(45, 1));
+  colr.assign(46, 0, 0, 0);
+  expect_rgb({0, 0.01f, 0}, resolve(46, 1), "mono black");
+  float c[3];   // the plotted scale folds the same way
+  colr_spectrum_value(3, c);
+  EXPECT_EQ((std::vector<float>{0, 1, 0}), (std::vector<float>{c[0], c[1], c[2]}));
+  ren.mono = 0;
+
+  ren.alpha = 0.5f;
+  EXPECT_NEAR(0.25f, resolve(45, 0.5f)[3], 1e-6);
+}
+
+TEST_F(Colours, SlotsFromThePaletteColumnAndSlot38HalfWayBetween37And40) {
+  // A sheet of noise, where a wrong cell can't hide in a plain patch, and the
+  // built-in sheet, whose cells must hold the colours the table names.
+  std::vector<unsigned char> noise(512 * 512 * 4);
+  unsigned v = 2654435762u;
+  for (auto& b : noise) b = static_cast<unsigned char>((v = v * 1103515245u + 12345u) >> 16);
+  const unsigned char* sheets[] = {noise.data(), t_interface_dat};
+  for (const unsigned char* px : sheets) {
+    colr_read_palette(px, 512, 512);
+    for (const auto& cell : palette_cells) {
+      const unsigned char* p = px + (cell.row * 512 + cell.column) * 4;
+      const std::string at = "slot " + std::to_string(cell.slot);
+      expect_rgb({p[0] / 255.0f, p[1] / 255.0f, p[2] / 255.0f}, rgb_of(cell.slot), at);
+      if (px == t_interface_dat)
+        expect_rgb({cell.r / 255.0f, cell.g / 255.0f, cell.b / 255.0f}, rgb_of(cell.slot), at);
     }
-    ASSERT_FALSE(cols[1].empty()) << value;
-    for (int m : cols[1])
-      for (int d : cols[0]) EXPECT_GT(std::abs(m - d), 1) << value << ": mark at " << m << ", digit at " << d;
+    for (int c = 0; c < 3; ++c)
+      EXPECT_NEAR((colr.col[37][c] + colr.col[40][c]) / 2, colr.col[38][c], 1e-6);
   }
 }
 
-TEST_F(Text, MisusesAreTold) {
-  // A proportional charset is warned about and the number still drawn.
-  child_result r = run_in_child([] {
-    OGL_number(44, 0, 0, 12, 2, 0, charset_UI_diff_space);
-    return 7;
-  });
-  EXPECT_EQ(7, r.exit_code);
-  EXPECT_NE(std::string::npos, r.out.find("Numbers must be mono-spaced!"));
-  EXPECT_NE(std::string::npos,
-            r.out.find("This is because we increment by a constant step size for each digit."));
-  // A charset that doesn't exist is a programming error: the process ends.
-  r = run_in_child([] {
-    OGL_string(44, 0, 0, "abc", 9999, 99);
-    return 7;
-  });
-  EXPECT_NE(7, r.exit_code);
-  EXPECT_NE(std::string::npos, r.out.find("String proc with bad charset!"));
+TEST(PixSpecs, MetricsFollowTheWindowSize) {
+  // Window size, then the upscale, left, top and centre x it gives.
+  const float cases[][6] = {
+      {1024, 768, 1, 0, 0, 512},
+      {1280, 1024, 1.25f, 128, 256, 640},
+      {800, 600, 1, -112, -168, 400},
+  };
+  const mnw_struct saved = mnw;
+  for (const auto& c : cases) {
+    mnw.x_res = int(c[0]);
+    mnw.y_res = int(c[1]);
+    mnw.win_now = -1;
+    OGL_pix_specs(0);
+    EXPECT_EQ((std::vector<float>{c[2], c[3], c[4], c[5], 384, 0, 0, c[0], c[1], 1}),
+              (std::vector<float>{mnw.ui_upscale, mnw.ui_left, mnw.ui_top, mnw.scr_cx,
+                                  mnw.scr_cy, mnw.ortho_l, mnw.ortho_b, mnw.ortho_r,
+                                  mnw.ortho_t, mnw.pix_scale}))
+        << c[0] << "x" << c[1];
+  }
+  mnw = saved;
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
-// The texture manager without a display: the sizes a picture is given,
-// record keeping, a missing texture in each failure mode, and the misuses
-// that end the process.
+// The texture manager and picture files without a display.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -28,56 +27,33 @@ sized scale_of(int load_type, int flags, int dx, int dy, int tex_res, int maxtex
   return s;
 }
 
-TEST(GetScale, EachTexResEachFlagAndTheOnePixelFloor) {
-  const float by_res[6] = {0.03125f, 0.0625f, 0.125f, 0.25f, 0.5f, 1.0f};
-  for (int r = 0; r <= 5; ++r) {
-    SCOPED_TRACE(r);
-    const float base = by_res[r];
-    sized s = scale_of(tex_manual, tex_col_rgba, 1024, 512, r);
-    EXPECT_FLOAT_EQ(base, s.scale);
-    EXPECT_EQ(static_cast<int>(1024 * base), s.tex_dx);
-    EXPECT_EQ(static_cast<int>(512 * base), s.tex_dy);
-    EXPECT_FLOAT_EQ(std::min(1.0f, base * 2), scale_of(tex_manual, tex_finer, 1024, 512, r).scale);
-    EXPECT_FLOAT_EQ(base / 2, scale_of(tex_manual, tex_coarser, 1024, 512, r).scale);
-    // Full size wins over tex_res and over the coarser flag; so does force.
-    EXPECT_FLOAT_EQ(1.0f, scale_of(tex_manual, tex_full_size | tex_coarser, 1024, 512, r).scale);
-    EXPECT_FLOAT_EQ(1.0f, scale_of(tex_manual, tex_col_rgba, 1024, 512, r, 1024, 1).scale);
-    // Other classes of texture are never scaled.
-    EXPECT_FLOAT_EQ(1.0f, scale_of(tex_bitmap, tex_col_rgba, 256, 256, r).scale);
-    EXPECT_FLOAT_EQ(1.0f, scale_of(tex_instrument, tex_coarser, 256, 256, r).scale);
-
-    // A one-pixel side, either one, holds the scale at 1.
-    for (const sized& s : {scale_of(tex_manual, tex_col_rgba, 1, 512, r),
-                           scale_of(tex_manual, tex_coarser, 512, 1, r)})
-      EXPECT_EQ((std::vector<float>{1, 1, 512}),
-                (std::vector<float>{s.scale, float(std::min(s.tex_dx, s.tex_dy)),
-                                    float(std::max(s.pic_dx, s.pic_dy))}));
-  }
-}
-
-TEST(GetScale, DriversLimitAndPowerOf2Rounding) {
-  const int any = -1;
+TEST(GetScale, ResolutionFlagsDriverLimitAndPowerOf2Rounding) {
   const struct {
-    int load_type, flags, dx, dy, tex_res, maxtexdim;
+    int load_type, flags, dx, dy, tex_res, maxtexdim, force;
     sized want;
   } cases[] = {
+      {tex_manual, tex_coarser, 1024, 512, 5, 1024, 0, {0.5f, 512, 256, 512, 256}},
+      // Full size wins over the coarser flag.
+      {tex_manual, tex_full_size | tex_coarser, 1024, 512, 0, 1024, 0, {1, 1024, 512, 1024, 512}},
+      // A one-pixel side, either one, holds the scale at 1.
+      {tex_manual, tex_col_rgba, 1, 512, 0, 1024, 0, {1, 1, 512, 1, 512}},
+      {tex_manual, tex_coarser, 512, 1, 2, 1024, 0, {1, 512, 1, 512, 1}},
       // Halved while over the driver's limit, even one that is no power of 2.
-      {tex_manual, tex_full_size, 1024, 512, 5, 256, {0.25f, 256, 128, 256, 128}},
-      {tex_manual, tex_full_size, 1024, 1024, 5, 300, {0.25f, 256, 256, 256, 256}},
+      {tex_manual, tex_full_size, 1024, 512, 5, 256, 0, {0.25f, 256, 128, 256, 128}},
+      {tex_manual, tex_full_size, 1024, 1024, 5, 300, 0, {0.25f, 256, 256, 256, 256}},
       // Other sizes round up to a power of 2; 642 is the installer sheet's flags.
-      {tex_manual, 642, 1010, 764, 0, 1024, {1, 1024, 1024, 1010, 764}},
-      {tex_manual, tex_col_rgba, 1010, 764, 4, 1024, {0.5f, 512, 512, 505, 382}},
-      {tex_manual, tex_full_size, 3, 5, 5, 1024, {1, 4, 8, 3, 5}},
-      // Larger than any texture: held at 1024, the picture reduced to fit.
-      {tex_bitmap, tex_full_size, 2000, 64, 5, 4096, {1, 1024, any, 1024, any}},
+      {tex_manual, 642, 1010, 764, 0, 1024, 0, {1, 1024, 1024, 1010, 764}},
+      {tex_manual, tex_col_rgba, 1010, 764, 4, 1024, 0, {0.5f, 512, 512, 505, 382}},
+      // Other classes are never scaled, but held at 1024 with the picture reduced.
+      {tex_bitmap, tex_full_size, 2000, 64, 5, 4096, 0, {1, 1024, 64, 1024, 64}},
   };
   for (const auto& c : cases) {
-    sized s = scale_of(c.load_type, c.flags, c.dx, c.dy, c.tex_res, c.maxtexdim);
-    if (c.want.tex_dy == any) s.tex_dy = s.pic_dy = any;
-    EXPECT_EQ((std::vector<int>{c.want.tex_dx, c.want.tex_dy, c.want.pic_dx, c.want.pic_dy}),
-              (std::vector<int>{s.tex_dx, s.tex_dy, s.pic_dx, s.pic_dy}))
-        << c.dx << "x" << c.dy << " limit " << c.maxtexdim;
-    EXPECT_FLOAT_EQ(c.want.scale, s.scale) << c.dx << "x" << c.dy;
+    const sized s = scale_of(c.load_type, c.flags, c.dx, c.dy, c.tex_res, c.maxtexdim, c.force);
+    EXPECT_EQ((std::vector<float>{c.want.scale, float(c.want.tex_dx), float(c.want.tex_dy),
+                                  float(c.want.pic_dx), float(c.want.pic_dy)}),
+              (std::vector<float>{s.scale, float(s.tex_dx), float(s.tex_dy), float(s.pic_dx),
+                                  float(s.pic_dy)}))
+        << c.dx << "x" << c.dy << " flags " << c.flags << " res " << c.tex_res;
   }
 }
 
@@ -98,12 +74,13 @@ class Manager : public ::testing::Test {
     xer.flush();
     return read_file(dir + "Log.txt").find(text) != std::string::npos;
   }
+  static void put(const std::string& path, const std::string& content) {
+    FILE* f = fopen(path.c_str(), "wb");
+    fwrite(content.data(), 1, content.size(), f);
+    fclose(f);
+  }
   std::string dir;
 };
-
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 TEST_F(Manager, KeepsRecordsWithoutAContext) {
   scratch_dx = 1010;
@@ -125,63 +102,34 @@ TEST_F(Manager, KeepsRecordsWithoutAContext) {
   tman.unload_texture(376);
   EXPECT_EQ(0, tman.total_texes());
   EXPECT_EQ("un-inited", tman.record(376)->name);
-}
-
-TEST_F(Manager, MissingTextureRaisesItsModesFlag) {
-  const std::string name = dir + "nothing";
-  EXPECT_EQ(0, tman.load_texture(tex_fail_scenery, 601, tex_col_rgba, tex_load_now, name));
-  EXPECT_EQ(0, tman.load_texture(tex_fail_plane, 602, tex_col_rgba, tex_load_now, name));
-  EXPECT_TRUE(tman.has_scene_load_fail());
-  EXPECT_TRUE(tman.has_plane_load_fail());
-  EXPECT_FALSE(tman.has_instl_load_fail());
-  EXPECT_EQ(0, tman.load_texture(tex_fail_instl, 603, tex_col_rgba, tex_load_now, name));
-  EXPECT_TRUE(tman.has_instl_load_fail());
-  EXPECT_TRUE(logged("WARNING: we are missing the texture: " + name + ".\n"));
-  EXPECT_EQ(0, tman.total_texes());
-
-  // Once shown and muted, a later failure of the class stays quiet.
-  tman.mute_instl_load_fail();
-  EXPECT_EQ(0, tman.load_texture(tex_fail_instl, 603, tex_col_rgba, tex_load_now, name));
-  EXPECT_FALSE(tman.has_instl_load_fail());
-  tman.reset_instl_load_fail();
-  EXPECT_EQ(0, tman.load_texture(tex_fail_instl, 603, tex_col_rgba, tex_load_now, name));
-  EXPECT_TRUE(tman.has_instl_load_fail());
-}
-
-TEST_F(Manager, MissingFatalTextureAndMisusesEndTheProcess) {
-  const std::string gone = dir + "gone.png", bad = "scratch_array:bad";
-  const struct {
-    int mode, ref, flags, when;
-    std::string name;
-    std::vector<std::string> says;
-  } cases[] = {
-      {tex_fail_fatal, 604, tex_col_rgba, tex_load_now, gone,
-       {"Trying to load a texture that you do not have!",
-        "This smacks of a mis-installed copy of Zephyra!", gone}},
-      {tex_fail_instl, 5, tex_col_rgba, 99, bad,
-       {"Trying to create an invalid texture load_time!", "value: 99"}},
-      {tex_fail_instl, 3387, tex_col_rgba, tex_load_now, bad,
-       {"Trying to bind too low or high a manual_ref!", "value: 3387"}},
-      {tex_fail_instl, 5, 4096 | tex_col_rgba, tex_load_now, bad,
-       {"Trying to bind an invalid filter type!", "value: 4098"}},
-      {tex_fail_instl, 5, tex_mipmap, tex_load_now, bad,
-       {"BAD color enum for tman - see tman.h for valid colors!  We cannot pass 0."}},
-  };
-  for (const auto& m : cases) {
-    SCOPED_TRACE(m.says[0]);
-    child_result r = run_in_child([&] {
-      scratch_dx = scratch_dy = 4;
-      tman.load_texture(m.mode, m.ref, m.flags, m.when, m.name);
-      return 0;
-    });
-    EXPECT_NE(0, r.signal) << r.out;
-    for (const std::string& text : m.says) EXPECT_TRUE(has(r.out, text)) << text << "\n" << r.out;
-  }
-  EXPECT_TRUE(logged("WARNING: we are missing the texture: " + gone + ".\n"));
   // The largest reference is still fine.
   scratch_dx = scratch_dy = 4;
   EXPECT_EQ(1, tman.load_texture(tex_fail_instl, tex_max_ref, tex_col_rgba, tex_load_now,
                                  "scratch_array:top"));
+}
+
+// A picture larger than its target: each target pixel is the mean of its box.
+TEST_F(Manager, PngReducedByBoxAveraging) {
+  const unsigned char grey[8] = {0, 100, 10, 110, 20, 120, 30, 130};   // 4 by 2
+  memcpy(scratch_array, grey, 8);
+  ASSERT_EQ(1, write_png_to_disk(dir + "wide.png", 4, 2, 1));
+  ASSERT_EQ(1, load_png_into_scratch(dir + "wide.png", 1, 2, 1));
+  EXPECT_EQ((std::vector<int>{2, 1, 60, 70}),
+            (std::vector<int>{scratch_dx, scratch_dy, scratch_array[0], scratch_array[1]}));
+}
+
+TEST_F(Manager, BrokenPngsAreNamedInTheLog) {
+  EXPECT_EQ(0, load_png_into_scratch(dir + "none.png", 4));   // absent: quietly not there
+  put(dir + "text.png", "this is no picture at all");
+  EXPECT_EQ(0, load_png_into_scratch(dir + "text.png", 4));
+  EXPECT_TRUE(logged("PING-FILE ERROR!\nis_png=!png_sig_cmp(png_io_buf,0,8)\n"));
+
+  memset(scratch_array, 7, 8 * 8 * 4);
+  ASSERT_EQ(1, write_png_to_disk(dir + "cut.png", 8, 8, 4));
+  const std::string whole = read_file(dir + "cut.png");
+  put(dir + "cut.png", whole.substr(0, whole.size() / 2));
+  EXPECT_EQ(0, load_png_into_scratch(dir + "cut.png", 4));
+  EXPECT_TRUE(logged("PING-FILE ERROR!\nsetjmp(png_ptr->jmpbuf\n"));
 }
 
 }  // namespace
