@@ -20,6 +20,13 @@ using net_test::write_file;
 
 namespace {
 
+// A file with its folders; bytes starting "->" make a link.
+void put(const std::string& path, const std::string& bytes) {
+  sh("mkdir -p \"$(dirname '" + path + "')\"");
+  if (bytes.rfind("->", 0) == 0) EXPECT_EQ(symlink(bytes.c_str() + 2, path.c_str()), 0);
+  else write_file(path, bytes);
+}
+
 // Every entry below root but folders: a link by its target, a file by mode, time and content.
 std::set<std::string> entries(const std::string& root) {
   const std::string out = sh("cd '" + root + "' && find . -mindepth 1 ! -type d -exec sh -c 'for f; do "
@@ -46,26 +53,19 @@ class Console : public testing::Test {
   std::string www(const std::string& rel = "") const { return server.www() + "/" + rel; }
   std::string disk(const std::string& rel = "") const { return tmp.file("disk/" + rel); }
 
-  // A release's product folder; bytes starting "->" make a link.
-  std::string make_product(const std::string& name, const std::map<std::string, std::string>& files) {
+  // Publishes a release's product folder and returns it.
+  std::string publish(const std::string& name, const std::map<std::string, std::string>& files,
+                      const std::string& previous = "",
+                      const std::string& mirrors = "--mirror 'good.example,/,Good mirror'") {
     const std::string root = tmp.file("products/" + name + "/Zephyra");
-    for (const auto& [rel, bytes] : files) {
-      const std::string path = root + "/" + rel;
-      sh("mkdir -p \"$(dirname '" + path + "')\"");
-      if (bytes.rfind("->", 0) == 0) EXPECT_EQ(symlink(bytes.c_str() + 2, path.c_str()), 0);
-      else write_file(path, bytes);
-    }
+    for (const auto& [rel, bytes] : files) put(root + "/" + rel, bytes);
     // An even second: zip keeps no finer time.
     sh("cd '" + root + "' && find . -type f -exec chmod 644 {} + -exec touch -d @1577934246 {} + && chmod 755 "
        "'Zephyra Linux'");
-    return root;
-  }
-
-  void publish(const std::string& name, const std::string& product, const std::string& previous = "",
-               const std::string& mirrors = "--mirror 'good.example,/,Good mirror'") {
-    EXPECT_EQ(publish_release(product, name, www(), "--platform 'Zephyra Linux=3' " + mirrors +
-                                                     (previous.empty() ? "" : " --previous '" + previous + "'")),
+    EXPECT_EQ(publish_release(root, name, www(), "--platform 'Zephyra Linux=3' " + mirrors +
+                                                  (previous.empty() ? "" : " --previous '" + previous + "'")),
               "");
+    return root;
   }
 
   std::string command(const std::string& folder, const std::string& options) const {
@@ -101,7 +101,7 @@ class Console : public testing::Test {
 };
 
 TEST_F(Console, RunsThatCannotGoOnSayWhyAndEndWithTheirStatus) {
-  publish("8.60", make_product("8.60", kFiles));
+  publish("8.60", kFiles);
   // A mirror file named is replaced for this run and the later ones.
   struct { const char *options, *file, *bytes; int status; const char* says; } const cases[] = {
       {"", nullptr, nullptr, console_refused, "run again with --agree"},
@@ -125,7 +125,7 @@ TEST_F(Console, RunsThatCannotGoOnSayWhyAndEndWithTheirStatus) {
 // changed, one new, three withdrawn; the user edited one current and one
 // withdrawn file and added one in a folder the release empties.
 TEST_F(Console, AFreshInstallAndItsUpdateFetchOnlyWhatIsNeeded) {
-  publish("8.60", make_product("8.60", kFiles), "",
+  publish("8.60", kFiles, "",
           "--mirror 'bad.example,/partial/,Bad' --mirror 'good.example,/,Good'");
   sh("mkdir -p '" + www("partial/8.60") + "' '" + disk("golden") + "' && mv '" + www("8.60/directory.txt.zip") +
      "' '" + www("partial/8.60/") + "'");
@@ -148,8 +148,7 @@ TEST_F(Console, AFreshInstallAndItsUpdateFetchOnlyWhatIsNeeded) {
   files["Resources/new.txt"] = "new in 8.61\n";
   files["Zephyra Linux"] = net_test::pattern_bytes(300000, 3);  // a new program: the folder is renamed
   for (const char* gone : {"Old/Sub/retired.txt", "Keep/withdrawn.txt", "Keep/edited.txt"}) files.erase(gone);
-  const std::string product = make_product("8.61", files);
-  publish("8.61", product, www("partial/8.60/directory.txt.zip"));
+  const std::string product = publish("8.61", files, www("partial/8.60/directory.txt.zip"));
 
   const std::set<std::string> before = entries(golden);
   const auto [status, out] = run(golden + "/", "--verify");
@@ -202,8 +201,7 @@ TEST_F(Console, AFreshInstallAndItsUpdateFetchOnlyWhatIsNeeded) {
 TEST_F(Console, ARunKilledWhileWritingAFileIsFinishedByTheNext) {
   std::map<std::string, std::string> files = kFiles;
   files["Resources/huge.dat"] = net_test::pattern_bytes(24 * 1000 * 1000, 7);
-  const std::string product = make_product("8.60", files);
-  publish("8.60", product);
+  const std::string product = publish("8.60", files);
 
   const std::string cmd = "exec " + command(disk(), "--agree") + " >/dev/null";
   const pid_t child = fork();
@@ -246,10 +244,9 @@ class HostileMirror : public Console {
   // One file's archive; a link when bytes starts with "->".
   void put_file(const std::string& rel, const std::string& bytes) {
     const std::string dir = tmp.file("pack/" + rel), name = rel.substr(rel.rfind('/') + 1);
-    sh("mkdir -p '" + dir + "' \"$(dirname '" + www("8.60/" + rel) + "')\"");
-    if (bytes.rfind("->", 0) == 0) EXPECT_EQ(symlink(bytes.c_str() + 2, (dir + "/" + name).c_str()), 0);
-    else write_file(dir + "/" + name, bytes);
-    sh("cd '" + dir + "' && zip -qy '" + www("8.60/" + rel) + ".zip' '" + name + "'");
+    put(dir + "/" + name, bytes);
+    sh("mkdir -p \"$(dirname '" + www("8.60/" + rel) + "')\" && cd '" + dir + "' && zip -qy '" + www("8.60/" + rel) +
+       ".zip' '" + name + "'");
   }
 };
 

@@ -2,6 +2,7 @@
 // clicks at the screen's own coordinates.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 
 #include "app/main_screen.h"
@@ -57,24 +58,19 @@ class MainScreen : public ::testing::Test {
     chooser_folder.clear();
     dest_dir_path = tmp + "dest/";
     temp_path = tmp;
-    FILE* f = fopen((tmp + "directory.txt").c_str(), "w");
-    fputs(kList, f);
-    fclose(f);
+    std::ofstream(tmp + "directory.txt") << kList;
     main_server = "127.0.0.1";
     stg.server_count = 2;
-    for (int i = 0; i < 2; ++i) {
-      server_name[i] = "127.0.0.1";  // nothing listens: a list fetch fails at once
-      server_path[i] = "/release/";
-      server_desc[i] = i ? "Mirror two" : "Mirror one";
-    }
+    // Nothing listens: a list fetch fails at once.
+    server_name[0] = server_name[1] = "127.0.0.1";
+    server_path[0] = server_path[1] = "/release/";
+    server_desc[0] = "Mirror one", server_desc[1] = "Mirror two";
     stg.dir_state = 1;
     on_app_update = main_screen_update;
     frame_after(0.02);   // reads the list
   }
   void TearDown() override {
     on_app_update = nullptr;
-    sim_info.clear();
-    app_done = 0;
     remove_tree(tmp);
   }
   void click(float x, float y) {
