@@ -22,9 +22,6 @@
 
 namespace {
 
-int agree() { return 1; }
-int cancel_chooser(int, const char*, const char*, int, const char*, char*) { return 0; }
-
 class WindowScreens : public ScreenSuite {
  protected:
   net_test::scratch tmp;
@@ -58,8 +55,8 @@ class WindowScreens : public ScreenSuite {
   // shot sees each frame before its swap.
   bool install(const std::function<void()>& shot, const std::function<bool()>& done) {
     person_hooks = person_hooks_t{};
-    person_hooks.handle_EULA = agree;
-    person_hooks.GetFilePathFromUser = cancel_chooser;
+    person_hooks.handle_EULA = [] { return 1; };
+    person_hooks.GetFilePathFromUser = [](int, const char*, const char*, int, const char*, char*) { return 0; };
     stage_reset_frame_state();
     next = next_class();
     sim_info.clear();
