@@ -1,6 +1,5 @@
 // The modal screens under Xvfb, each in its own loop: a script runs one step
-// a frame from the pump's clock; a click is seen before the step after it.
-// The runs save the documentation's pictures on the way.
+// a frame from the pump's clock, and the runs save the documentation's pictures.
 #include <X11/keysym.h>
 
 #include <sys/stat.h>
@@ -81,15 +80,14 @@ TEST_F(ModalScreen, AlertLevelsAcceptAndReturnScreenshot) {
   MACIBM_alert(0, texts[0], texts[1], texts[2], texts[3], alert_warning);
   EXPECT_EQ(0, mnw.win_now);
 
-  // The language chooser shows no texts, and speaks the language chosen.
+  // The language chooser shows no texts and speaks the language chosen.
   click(175, 164);
   then([] { PUMP_post_key(XK_Return, 1); });
   MACIBM_alert(0, "not shown", "", "", "", alert_note);
   EXPECT_EQ(std::vector<std::string>{"Langue:"}, modal_texts_shown);
   mnw.lang = 0;
 
-  // Level 2 shows its place and ends the process, as does an alert inside an
-  // alert; the child draws but shows nothing on the display it shares.
+  // Level 2 shows its place and ends the process, as does an alert inside an alert.
   for (int nested = 0; nested < 2; ++nested) {
     const child_result r = run_in_child([=] {
       shell_hooks.swap_buffers = [] {};

@@ -36,9 +36,8 @@ void ScreenSuite::SetUpTestSuite() {
   server = new xvfb_class;
   ASSERT_TRUE(server->start(1024, 768)) << "Xvfb did not start";
   shell_test_reset();
-  // An earlier suite's screens and start-up state must not reach this one:
-  // its alert screen would wait for a click, and the start-up screen would
-  // draw before the pictures are loaded.
+  // An earlier suite's alert screen would wait for a click, and its start-up
+  // screen draw before the pictures are loaded.
   alert_hooks = alert_hooks_t{};
   person_hooks = person_hooks_t{};
   plot_init_lights = 0;
@@ -63,8 +62,7 @@ void ScreenSuite::SetUpTestSuite() {
 
 void ScreenSuite::TearDownTestSuite() {
   PUMP_set_time_source(nullptr);
-  // Leave no current context behind: a later suite would take it as live and
-  // look up textures in the emptied manager.
+  // A later suite would take a current context as live, with no textures.
   glXMakeCurrent(dpy, None, nullptr);
   tman = tman_class();
   delete server;
@@ -120,8 +118,7 @@ std::string publish_release(const std::string& product, const std::string& relea
                             const std::string& options) {
   const std::string out = sh("'" ZEPHYRA_BINARY_DIR "/zephyra-publish' --quiet --product '" + product +
                              "' --release " + release + " --out '" + www + "' " + options + " 2>&1; echo status=$?");
-  const std::string ok = "status=0\n";
-  return out.size() >= ok.size() && out.compare(out.size() - ok.size(), ok.size(), ok) == 0 ? "" : out;
+  return out.size() >= 9 && out.compare(out.size() - 9, 9, "status=0\n") == 0 ? "" : out;
 }
 
 std::string proxy_prefs(int port) {

@@ -12,8 +12,7 @@
 #include "shell/window.h"
 
 namespace {
-// The window may go away under us (start-up remakes it, the run ends): such
-// a request simply fails.
+// The window may go away under us; such a request simply fails.
 int ignore_x_error(Display*, XErrorEvent*) { return 0; }
 }  // namespace
 
@@ -134,8 +133,7 @@ std::string drive_window_install(window_driver_class& w, double seconds,
     const window_rgb c = w.pixel(kStartSpot.x, kStartSpot.y);
     return c.g > c.r + 20 && c.g > c.b + 20;
   };
-  // A folder with no copy of the product yet brings up the chooser first
-  // (its dark path panel over its light list): Select keeps that folder.
+  // A folder with no copy yet brings up the chooser first: Select keeps it.
   const window_spot select = dialog_point(998, 115, 28);
   auto chooser_passed = [&] {
     if (w.chooser_shown()) w.click(select.x, select.y);
@@ -144,9 +142,8 @@ std::string drive_window_install(window_driver_class& w, double seconds,
   if (!w.wait_until(chooser_passed, seconds)) return "START never turned green";
   reached("START green");
   if (before_start) before_start();
-  // The agreement shows with Agree lit green; a file changed by hand then
-  // brings up the question (the back colour beside its light panel, Agree
-  // gone): KEEP THE OLD FILE.
+  // The agreement shows with Agree lit green; then the question for a file
+  // changed by hand (back colour beside a light panel, Agree gone): KEEP.
   const window_spot agree = dialog_point(1, kAgreeSpot.x, kAgreeSpot.y),
                     lit = dialog_point(1, kAgreeSpot.x + 26, kAgreeSpot.y - 6), q = dialog_point(997, 0, 0);
   auto agree_lit = [&] {

@@ -1,7 +1,6 @@
-// Drives the installer's window from outside, as a person would: XTEST
-// clicks at points of the screen, and the screen read back from the X server.
-// Points are interface units, origin at the lower left of the 1024 by 768
-// window; a dialog's points are offset by its centred origin.
+// Drives the installer's window from outside as a person would: XTEST clicks,
+// and the screen read back from X. Points are interface units from the lower
+// left of the 1024 by 768 window.
 #pragma once
 #include <X11/Xlib.h>
 
@@ -14,10 +13,8 @@ struct window_rgb {
 
 class window_driver_class {
  public:
-  // Connects to $DISPLAY.
-  bool open();
+  bool open();  // $DISPLAY
   ~window_driver_class();
-  // Waits for the installer's window to be mapped.
   bool wait_for_window(double seconds);
   window_rgb pixel(float x, float y);
   // How many pixels of the box x1..x2, y1..y2 pass test.
@@ -25,8 +22,8 @@ class window_driver_class {
   void click(float x, float y);
   // The chooser's dark path panel above its light list.
   bool chooser_shown();
-  // Waits until a dialog covers the main screen (shown) or has gone again,
-  // judged by a point of the sky seen on the main screen at remember_sky.
+  // Until a dialog covers the main screen (shown) or has gone, judged by the
+  // sky seen at remember_sky.
   void remember_sky();
   bool wait_for_dialog(bool shown, double seconds = 10);
   // Calls test every 20 ms until it is true or the time is up.
@@ -39,28 +36,24 @@ class window_driver_class {
   window_rgb sky;
 };
 
-// The screen's places the drive needs.
 struct window_spot {
   float x, y;
 };
 // A point of a dialog by its window code, as the installer centres it.
 window_spot dialog_point(int code, float x, float y);
-// START's middle; green when enabled.
-inline constexpr window_spot kStartSpot = {491, 89};
+inline constexpr window_spot kStartSpot = {491, 89};  // green when enabled
 inline constexpr window_spot kQuitSpot = {985, 89};
 inline constexpr window_spot kPrefsSpot = {50, 750};
-// The Agree button, relative to the agreement's origin.
-inline constexpr window_spot kAgreeSpot = {429, 21};
+inline constexpr window_spot kAgreeSpot = {429, 21};  // from the agreement's origin
 // The state message's first words.
 inline constexpr window_spot kMessageLow = {154, 612}, kMessageHigh = {300, 624};
-// A point of the sky beside the dialogs, which darken it to the back colour.
+// Sky beside the dialogs, which darken it.
 inline constexpr window_spot kSkySpot = {900, 400};
 
-// What a person does for an install: waits for START to turn green (Select
-// on the chooser), presses it, agrees, keeps a file changed by hand when
-// asked, waits for "INSTALLATION COMPLETE!" in green, and quits.
-// before_start runs first, on the ready screen. Returns "" or what went wrong.
-// step, when given, hears the name of each stage reached.
+// A person's install: waits for START to turn green (Select on the chooser),
+// runs before_start, presses START, agrees, keeps a file changed by hand when
+// asked, waits for "INSTALLATION COMPLETE!" and quits. "" or what went wrong;
+// step hears each stage reached.
 std::string drive_window_install(window_driver_class& w, double seconds,
                                  const std::function<void()>& before_start = nullptr,
                                  const std::function<void(const char*)>& step = nullptr);
