@@ -14,6 +14,7 @@
 #include "shell/pump.h"
 #include "shell/window.h"
 #include "support.h"
+#include "../net/net_support.h"
 #include "toolkit/draw.h"
 #include "toolkit/textures.h"
 #include "toolkit/toolkit.h"
@@ -100,15 +101,7 @@ void save_docs_screen_at_next_swap(const std::string& name) { pending_shot = nam
 int window_x(float x) { return static_cast<int>(x); }
 int window_y(float y) { return static_cast<int>(768 - y); }
 
-std::string sh(const std::string& cmd) {
-  std::string out;
-  FILE* p = popen(cmd.c_str(), "r");
-  char buf[4096];
-  size_t n;
-  while (p && (n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
-  if (p) pclose(p);
-  return out;
-}
+std::string sh(const std::string& cmd) { return net_test::shell_output(cmd); }
 
 std::string listing(const std::string& root) {
   return sh("cd '" + root + "' && find . ! -type d -exec md5sum {} + | sort");

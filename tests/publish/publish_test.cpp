@@ -18,17 +18,9 @@ std::string sh_quote(const std::string& s) {
   return q + "'";
 }
 
-std::string shell_out(const std::string& cmd) {
-  std::string out;
-  FILE* p = popen(cmd.c_str(), "r");
-  char buf[4096];
-  size_t n;
-  while (p && (n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
-  if (p) pclose(p);
-  return out;
-}
+using net_test::shell_output;
 
-std::string read_file(const std::string& path) { return shell_out("cat " + sh_quote(path) + " 2>/dev/null"); }
+std::string read_file(const std::string& path) { return shell_output("cat " + sh_quote(path) + " 2>/dev/null"); }
 
 // The real program, its output in where + "out.txt" and "err.txt".
 int run_program(const std::vector<std::string>& args, const std::string& where, const std::string& prefix = "") {
@@ -47,7 +39,7 @@ struct stat lstat_of(const std::string& path) {
 // A mirror "as it was": every entry's kind, size, mode, time and inode. A
 // folder's own time moves when an entry comes and goes, so it is left out.
 std::string snapshot(const std::string& root) {
-  return shell_out("cd " + sh_quote(root) +
+  return shell_output("cd " + sh_quote(root) +
                    " 2>/dev/null && find . -type d -printf '%p %m\\n' -o -printf '%p %y %s %m %T@ %i\\n' | sort");
 }
 
@@ -84,7 +76,7 @@ struct Publisher : install_case {
       if (r.sig_want == "GONE") continue;
       std::string disk = row_disk_path(r);
       std::string folder = disk.substr(0, disk.rfind('/') + 1);
-      shell_out("mkdir -p " + sh_quote(folder));
+      shell_output("mkdir -p " + sh_quote(folder));
       ASSERT_EQ(zip_to_file(mirror + release + "/" + r.file_path + ".zip", folder, nullptr, 0, dest), 0) << r.file_path;
     }
   }
@@ -105,13 +97,13 @@ TEST_F(Publisher, InstalledTreeEqualsTheSourceWithModesDatesAndLinks) {
   put("Resources/noise.dds", net_test::pattern_bytes(300000, 3));
   ASSERT_EQ(symlink("zephyra", (product + "bin/run").c_str()), 0);
   ASSERT_EQ(symlink("../Resources", (product + "bin/res").c_str()), 0);
-  shell_out("touch -d @1236000007 " + sh_quote(product + "bin/zephyra"));  // odd second: zip dates count in twos
+  shell_output("touch -d @1236000007 " + sh_quote(product + "bin/zephyra"));  // odd second: zip dates count in twos
 
   ASSERT_EQ(run_program({"--product", product, "--release=8.60r2", "--out", mirror, "--mirror",
                          "mirror1.example.com,/pub/sim/,Mirror one, fast in Europe", "--mirror=m2.example.com,pub,Two"},
                         tmp.path), 0) << read_file(tmp.path + "err.txt");
   EXPECT_NE(read_file(tmp.path + "out.txt").find("6 files: 6 packed, 0 reused"), std::string::npos);
-  EXPECT_EQ(shell_out("find " + sh_quote(mirror) + " -name '*.publish-*'"), "");
+  EXPECT_EQ(shell_output("find " + sh_quote(mirror) + " -name '*.publish-*'"), "");
 
   std::string dest = tmp.mkdirs("dest/");
   install("8.60r2", dest);
@@ -123,7 +115,7 @@ TEST_F(Publisher, InstalledTreeEqualsTheSourceWithModesDatesAndLinks) {
     EXPECT_EQ(a.st_mtime / 2 * 2, b.st_mtime) << f;
   }
   for (const char* l : {"bin/run", "bin/res"})
-    EXPECT_EQ(shell_out("readlink " + sh_quote(dest + l)), shell_out("readlink " + sh_quote(product + l))) << l;
+    EXPECT_EQ(shell_output("readlink " + sh_quote(dest + l)), shell_output("readlink " + sh_quote(product + l))) << l;
 
   // A second scan finds every file right, links included, and the
   // signatures are md5sum's. List paths carry the product's own name.
@@ -138,7 +130,7 @@ TEST_F(Publisher, InstalledTreeEqualsTheSourceWithModesDatesAndLinks) {
   EXPECT_EQ(big.down_size, (float)((lstat_of(mirror + "8.60r2/Zephyra/bin/zephyra.zip").st_size + 999) / 1000));
 
   // Info-ZIP sees a Unix mode on a deflated entry.
-  std::string z = shell_out("unzip -Z " + sh_quote(mirror + "8.60r2/Zephyra/bin/zephyra.zip"));
+  std::string z = shell_output("unzip -Z " + sh_quote(mirror + "8.60r2/Zephyra/bin/zephyra.zip"));
   for (const char* word : {"-rwxr-xr-x", "unx", "defN", " zephyra\n"})
     EXPECT_NE(z.find(word), std::string::npos) << word << " in " << z;
   // Data that deflate can't shrink is stored: method 0 in the local header.
@@ -192,7 +184,7 @@ TEST_F(Publisher, ReleasesAfterReleaseGiveTheRowsAReaderNeeds) {
 
   // 3.0: b comes back, a is touched but not changed, mover moves back.
   put("b.txt", "b one");
-  shell_out("touch -d @1500000000 " + sh_quote(product + "a.txt"));
+  shell_output("touch -d @1500000000 " + sh_quote(product + "a.txt"));
   ASSERT_EQ(publish("3.0", "2.0", {}, &s), "");
   EXPECT_EQ(s.packed, 2u);  // b anew, a for its new date
   read_release("3.0", dest);
@@ -266,7 +258,7 @@ TEST_F(BadInput, FilesAndReleaseNamesTheListCannotCarry) {
   for (const refusal& c : cases) {
     for (const std::string& f : c.files) put(f, "x");
     expect_refused(c.words, c.release);
-    for (const std::string& f : c.files) shell_out("rm -rf " + sh_quote(product + f.substr(0, f.find('/'))));
+    for (const std::string& f : c.files) shell_output("rm -rf " + sh_quote(product + f.substr(0, f.find('/'))));
   }
 }
 
