@@ -5,6 +5,7 @@
 #include <sys/time.h>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <memory>
 
@@ -271,4 +272,14 @@ TEST_F(Transfer, DeletionsCleanUpFoldersButNeverTheDestination) {
   next.reset_all_streams();
   EXPECT_EQ(run(), 1);
   EXPECT_TRUE(tmp.exists("Zephyra/") && !tmp.exists("moved"));
+}
+
+// A row's size caps its member, so a hostile archive can't unpack a bomb
+// under an empty or small file; only a size the list never gave falls back.
+TEST(MemberCap, FollowsTheRowsSizeEvenAtZero) {
+  EXPECT_EQ(member_cap(0), 64UL * 1024);
+  EXPECT_EQ(member_cap(1), 65UL * 1024);
+  EXPECT_EQ(member_cap(-1), kListMemberCap);
+  EXPECT_EQ(member_cap(std::nanf("")), kListMemberCap);
+  EXPECT_EQ(member_cap(1e30f), 4000000000000000000UL);
 }
