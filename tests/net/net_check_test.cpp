@@ -47,6 +47,7 @@ TEST_F(NetCheck, ThroughTheProxyTheTargetNamesTheServerAndTheResultComesWithTheL
             "GET http://example/a%20b/c.zip HTTP/1.1\r\nConnection: close\r\n"
             "Host: example\r\nUser-agent: Installer-LIN/RC-1\r\n\r\n");
 
+  const long long counted = net_bytes_received;  // the console's silence watch reads it
   srv.send("HTTP/1.1 200 OK\r\nContent-Length: 7\r\n\r\ncontent");
   int r = 0;
   ASSERT_TRUE(net_test::poll_until([&] {
@@ -58,6 +59,7 @@ TEST_F(NetCheck, ThroughTheProxyTheTargetNamesTheServerAndTheResultComesWithTheL
   EXPECT_EQ(r, 1);
   EXPECT_EQ(http.down_objects[2], nullptr);
   EXPECT_EQ(read_file(tmp.file("got.zip")), "content");
+  EXPECT_EQ(net_bytes_received - counted, 45);
   EXPECT_EQ(tmp.log(), "");
 }
 
