@@ -95,14 +95,19 @@ void draw_controls_screen() {
   active_popup_code = 0;
 }
 
-class ControlsScreen : public GlSuite {};
-
-TEST_F(ControlsScreen, EveryControlDrawsItsStates) {
+// The window's size and the built-in pictures and palette, as at start-up.
+void prepare_screen() {
   OGL_viewport_2d();
   mnw.win_dx = 1024;
   mnw.win_dy = 768;
   recall_ins_texes();
   colr_read_palette(scratch_array, sheet_interface_w, sheet_interface_h);
+}
+
+class ControlsScreen : public GlSuite {};
+
+TEST_F(ControlsScreen, EveryControlDrawsItsStates) {
+  prepare_screen();
   TOOLKIT_install_hooks();
   glDrawBuffer(GL_BACK);
   draw_controls_screen();
@@ -236,11 +241,7 @@ int ink_in(const std::vector<unsigned char>& rgb, const unsigned char back[3], c
 class TestScreen : public GlSuite {};
 
 TEST_F(TestScreen, EveryPieceDrawsAndTheScreenIsSaved) {
-  OGL_viewport_2d();
-  mnw.win_dx = 1024;
-  mnw.win_dy = 768;
-  recall_ins_texes();
-  colr_read_palette(scratch_array, sheet_interface_w, sheet_interface_h);
+  prepare_screen();
 
   glDrawBuffer(GL_BACK);
   const std::vector<piece> pieces = draw_test_screen();
